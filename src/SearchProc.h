@@ -2,10 +2,15 @@
 #pragma once
 
 // Foundation: settings, files, pack folders, text conversion
+#include "foundation/CommonProc.h"
+#include "foundation/FileIO.h"
+#include "foundation/PackFolderIO.h"
+#include "foundation/StringConvProc.h"
 
 // Decompression
 
 // Geodesy
+#include "geo/DistanceProc.h"
 
 // POI, area and address search
 

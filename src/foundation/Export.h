@@ -3,3 +3,6 @@
 #pragma once
 
 #define SP_EXPORT __attribute__((visibility("default")))
+
+// Members of exported classes that are helpers, not interface: kept out of the symbol table.
+#define SP_LOCAL __attribute__((visibility("hidden")))

@@ -1,0 +1,38 @@
+// CPackFolderIO: a data set's pack folder, an ".IDX" of 20-byte entries (12-byte name, offset,
+// size; sorted by strcmp) and a ".DAT" holding the packed files back to back. One folder open
+// and one packed file selected at a time. One thread at a time per object; objects are independent.
+#pragma once
+
+#include <cstdint>
+
+#include "foundation/Export.h"
+#include "foundation/FileIO.h"
+#include "foundation/StringConvProc.h"
+
+class SP_EXPORT CPackFolderIO : public CFileIO, public CStringConvProc {
+public:
+    CPackFolderIO();
+    virtual ~CPackFolderIO();
+
+    // Opens root/folder/base.IDX and .DAT (base defaults to folder); 1 when both are open and
+    // the index holds at least one entry.
+    unsigned long OpenPackFolder(char* root, char* folder, char* base);
+    // Selects a packed file by name (binary search of the index); 1 when found.
+    unsigned long OpenPackFile(char* name);
+    // Size of the selected packed file, 0 when none is selected.
+    unsigned long GetPackFileSize();
+    // Reads `size` bytes (0: the rest) at `offset` of the selected file, clipped to its end.
+    unsigned long LoadPackFile(unsigned char** out, unsigned long offset, unsigned long size);
+    unsigned long LoadPackFile(char* name, unsigned char** out, unsigned long offset,
+                               unsigned long size);
+    // Closes both files; 1 when something was open.
+    unsigned long ClosePackFolder();
+
+protected:
+    int m_iDatFile;             // ".DAT" descriptor, 0 when not open
+    int m_iIdxFile;             // ".IDX" descriptor, 0 when not open
+    uint32_t m_dwEntryCount;    // index entries
+    char m_szPackName[13];      // name of the selected (or last compared) entry
+    int32_t m_lPackOffset;      // selected file's offset, -1 when none
+    int32_t m_lPackSize;        // selected file's size, -1 when none
+};

@@ -1,0 +1,42 @@
+// Test support: saves the library's process-wide settings and restores them when the test ends,
+// so that tests pointing the library at their own folders do not leak into each other.
+#pragma once
+
+#include <cstring>
+#include <string>
+
+#include "SearchProc.h"
+
+namespace testsupport {
+
+class ScopedSettings {
+public:
+    ScopedSettings() {
+        memcpy(path_, g_tcharPath, sizeof(path_));
+        memcpy(sdPath_, g_tcharSDPath, sizeof(sdPath_));
+        db_ = g_blEnableDB;
+        sd_ = g_blEnableSD;
+    }
+    ~ScopedSettings() {
+        memcpy(g_tcharPath, path_, sizeof(path_));
+        memcpy(g_tcharSDPath, sdPath_, sizeof(sdPath_));
+        g_blEnableDB = db_;
+        g_blEnableSD = sd_;
+    }
+    // Points the database path at `db` and the SD path at `sd`, with the given switches.
+    void Use(const std::string& db, const std::string& sd = "", bool enableDB = true,
+             bool enableSD = false) {
+        CCommonProc::SetPath(db.c_str());
+        CCommonProc::SetSDPath(sd.c_str());
+        CCommonProc::EnableDB(enableDB);
+        CCommonProc::EnableSD(enableSD);
+    }
+
+private:
+    char path_[256];
+    char sdPath_[256];
+    bool db_;
+    bool sd_;
+};
+
+}  // namespace testsupport
