@@ -24,6 +24,13 @@ void ByteWriter::Fixed(const std::string& s, size_t width) {
     Zeros(width - s.size());
 }
 
+Bytes VersionHeader(const std::string& version) {
+    if (version.size() > 9) throw Error("version \"" + version + "\" is longer than 9 bytes");
+    ByteWriter w;
+    w.Fixed(version, 16);
+    return w.Take();
+}
+
 void MakeDirs(const std::string& dir) {
     if (dir.empty()) return;
     std::string partial;

@@ -51,6 +51,11 @@ private:
     Bytes buf_;
 };
 
+// The 16-byte header that opens data files: the data set's 9-byte version text, zero-padded.
+// Version checks compare the first 9 bytes of every file of a data set.
+constexpr const char* kDefaultVersion = "MAPDB0001";
+Bytes VersionHeader(const std::string& version = kDefaultVersion);
+
 // Creates `dir` and its missing parents.
 void MakeDirs(const std::string& dir);
 // Writes `data` to `path`, replacing the file; the folder must exist.

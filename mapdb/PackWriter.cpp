@@ -18,6 +18,7 @@ void PackWriter::Write(const std::string& root, const std::string& folder,
     const std::string stem = dir + "/" + (base.empty() ? folder : base);
     ByteWriter idx;
     ByteWriter dat;
+    dat.Raw(datHeader_);
     for (const auto& [name, data] : files_) {
         if (dat.size() + data.size() > static_cast<size_t>(INT32_MAX)) {
             throw Error("pack folder " + stem + " exceeds 2 GiB");

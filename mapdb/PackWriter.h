@@ -16,13 +16,18 @@ public:
     bool Has(const std::string& name) const { return files_.count(name) != 0; }
     size_t size() const { return files_.size(); }
 
+    // Bytes written at the start of the .DAT before the first packed file (for example a
+    // VersionHeader); packed offsets account for them.
+    void SetDatHeader(Bytes header) { datHeader_ = std::move(header); }
+
     // Writes root/folder/base.IDX and .DAT (base defaults to the folder name), creating the
     // folder.
     void Write(const std::string& root, const std::string& folder,
                const std::string& base = "") const;
 
 private:
-    std::map<std::string, Bytes> files_;  // std::string order is strcmp order for these names
+    std::map<std::string, Bytes> files_;
+    Bytes datHeader_;  // std::string order is strcmp order for these names
 };
 
 }  // namespace mapdb

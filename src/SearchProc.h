@@ -8,11 +8,20 @@
 #include "foundation/StringConvProc.h"
 
 // Decompression
+#include "codec/LzmaProc.h"
+#include "codec/MarlinDataProc.h"
 
 // Geodesy
 #include "geo/DistanceProc.h"
 
 // POI, area and address search
+#include "search/ArrayData.h"
+#include "search/IconID.h"
+#include "search/LocationData.h"
+#include "search/SearchAddressProc.h"
+#include "search/SearchArrivalProc.h"
+#include "search/SearchBaseDataProc.h"
+#include "search/SearchHomePhoneProc.h"
 
 // Auxiliary data
 

@@ -41,4 +41,17 @@ constexpr uint32_t kLatOrigin = 7200000;   // 20 degrees in 1/100 arc-second
 inline uint32_t WidenLongitude(uint32_t u) { return (u + kLonOrigin) * 10; }
 inline uint32_t WidenLatitude(uint32_t v) { return (v + kLatOrigin) * 10; }
 
+// The inverse, for writers: milliseconds of arc to a 3-byte offset (the last digit is
+// dropped). False when the position lies outside what three bytes can hold.
+inline bool NarrowLongitude(uint32_t ms, uint32_t* u) {
+    if (ms < kLonOrigin * 10 || ms / 10 - kLonOrigin > 0xFFFFFF) return false;
+    *u = ms / 10 - kLonOrigin;
+    return true;
+}
+inline bool NarrowLatitude(uint32_t ms, uint32_t* v) {
+    if (ms < kLatOrigin * 10 || ms / 10 - kLatOrigin > 0xFFFFFF) return false;
+    *v = ms / 10 - kLatOrigin;
+    return true;
+}
+
 }  // namespace bytes

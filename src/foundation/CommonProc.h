@@ -28,7 +28,6 @@ public:
     // start and never read it.
     void CancelProc();
 
-protected:
     // The data-set fallback, for pack folders and plain files alike: the database path is
     // tried when the database is enabled, then, on failure, the SD path when SD is enabled.
     // Entry points that must fail outright with the database disabled check IsDBEnabled
@@ -45,5 +44,6 @@ protected:
     static unsigned long LoadDataFile(const char* relPath, unsigned char** out,
                                       unsigned long offset, unsigned long size);
 
+protected:
     bool m_blCancel;  // 0 after construction and at the start of every search
 };

@@ -1,0 +1,136 @@
+// Arrival points: binary search of the 8-byte index entries, records of at most 87 bytes.
+#include "search/SearchArrivalProc.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "foundation/Bytes.h"
+
+namespace {
+
+constexpr const char* kIndexPath = "ARRIVAL/ARV.IDX";
+constexpr const char* kDataPath = "ARRIVAL/ARV.DAT";
+constexpr unsigned long kHeaderSize = 16;
+constexpr unsigned long kEntrySize = 8;
+constexpr unsigned long kMaxRecord = 87;  // name of at most 79 bytes, LF, 3 + 3 + 1
+
+// Closes a descriptor on every way out of a function.
+struct FileCloser {
+    int fd;
+    ~FileCloser() {
+        if (fd >= 0) close(fd);
+    }
+};
+
+}  // namespace
+
+CSearchArrivalProc::CSearchArrivalProc() : m_pList(&m_List) {}
+CSearchArrivalProc::~CSearchArrivalProc() {}
+
+unsigned long CSearchArrivalProc::LoadIndex(int* offset, unsigned long poiId,
+                                            unsigned long number) {
+    if (offset == nullptr) return 0;
+    FileCloser file{OpenDataFile(kIndexPath)};
+    if (file.fd < 0) return 0;
+    struct stat st;
+    if (fstat(file.fd, &st) != 0 || st.st_size < static_cast<off_t>(kHeaderSize)) return 0;
+    const unsigned long body = static_cast<unsigned long>(st.st_size) - kHeaderSize;
+    const unsigned long n = body / kEntrySize;
+    if (n == 0) return 0;
+
+    unsigned long lo = 0;
+    unsigned long hi = n;
+    unsigned long mid = body / 16;
+    for (;;) {
+        unsigned char entry[kEntrySize];
+        ssize_t got = pread(file.fd, entry, kEntrySize,
+                            static_cast<off_t>(kHeaderSize + kEntrySize * mid));
+        if (got != static_cast<ssize_t>(kEntrySize)) break;
+        int32_t d = static_cast<int32_t>(static_cast<uint32_t>(poiId) - bytes::ReadU32LE(entry));
+        if (d == 0) d = static_cast<int32_t>(static_cast<uint32_t>(number) - entry[4]);
+        if (d == 0) {
+            *offset = static_cast<int>(bytes::ReadU24LE(entry + 5));
+            return 1;
+        }
+        unsigned long next;
+        if (d > 0) {
+            next = (mid + hi) / 2;
+            lo = mid;
+        } else {
+            next = (mid + lo) / 2;
+            hi = mid;
+        }
+        if (next == mid) break;
+        mid = next;
+    }
+    *offset = -1;  // no such point (or a short read): still a successful look-up
+    return 1;
+}
+
+unsigned long CSearchArrivalProc::LoadData(CLocationData* record, int offset) {
+    if (record == nullptr || offset < 0) return 0;
+    FileCloser file{OpenDataFile(kDataPath)};
+    if (file.fd < 0) return 0;
+    unsigned char buf[kMaxRecord];
+    ssize_t got = pread(file.fd, buf, kMaxRecord, offset);
+    if (got <= 0) return 1;  // a short read leaves the record as it was
+    const unsigned char* end = buf + got;
+    const unsigned char* lf = static_cast<const unsigned char*>(memchr(buf, 0x0A, got));
+    if (lf == nullptr || end - (lf + 1) < 7) return 1;
+
+    if (record->szName[0] == 0) {
+        size_t len = static_cast<size_t>(lf - buf);
+        memcpy(record->szName, buf, len);
+        record->szName[len] = 0;
+    }
+    const unsigned char* p = lf + 1;
+    record->lArrLon = bytes::WidenLongitude(bytes::ReadU24LE(p));
+    record->lArrLat = bytes::WidenLatitude(bytes::ReadU24LE(p + 3));
+    if (record->lLon == 0 && record->lLat == 0) {
+        record->lLon = record->lArrLon;
+        record->lLat = record->lArrLat;
+    }
+    record->dwArrAttr = p[6];
+    return 1;
+}
+
+unsigned long CSearchArrivalProc::SearchProc(unsigned long* count, unsigned long poiId) {
+    m_blCancel = false;
+    m_pList = &m_List;
+    m_pList->RemoveAll();
+    unsigned long status = 1;
+    for (unsigned long number = 1;; ++number) {
+        int offset = -1;
+        status = LoadIndex(&offset, poiId, number);
+        if (status == 0 || offset == -1) break;
+        CLocationData record;
+        status = LoadData(&record, offset);
+        if (status == 0 || !m_pList->Add(&record)) break;
+    }
+    if (count != nullptr) *count = m_pList->GetCount();
+    return status;
+}
+
+unsigned long CSearchArrivalProc::GetList(CLocationData* out, unsigned long start,
+                                          unsigned long count) {
+    if (out == nullptr || count == 0) return 0;
+    const unsigned long total = m_pList->GetCount();
+    if (start >= total) return 0;
+    for (unsigned long i = 0; i < count; ++i) {
+        if (!m_pList->GetAt(&out[i], start + i)) return 0;  // the list ran out
+    }
+    return 1;
+}
+
+unsigned long CSearchArrivalProc::GetData(CLocationData* records, unsigned long n) {
+    if (records == nullptr) return 0;
+    for (unsigned long i = 0; i < n; ++i) {
+        int offset = -1;
+        if (LoadIndex(&offset, records[i].dwID, 1) == 0) return 0;
+        if (offset == -1) break;
+        if (LoadData(&records[i], offset) == 0) return 0;
+    }
+    return 1;
+}
