@@ -58,6 +58,19 @@ public:
     bool ok() const { return fd_ >= 0; }
     unsigned long count() const { return count_; }
 
+    // A single entry, read on its own (look-ups by id).
+    bool ReadOne(unsigned long rec, IndexEntry* e) {
+        if (rec >= count_) return false;
+        unsigned char p[kIndexEntry];
+        if (pread(fd_, p, kIndexEntry, static_cast<off_t>(kHeaderSize + rec * kIndexEntry)) !=
+            static_cast<ssize_t>(kIndexEntry)) {
+            return false;
+        }
+        Decode(p, e);
+        return true;
+    }
+
+    // An entry of a scan, served from the window.
     bool Read(unsigned long rec, IndexEntry* e) {
         if (rec >= count_) return false;
         if (rec < first_ || rec >= first_ + loaded_) {
@@ -70,17 +83,20 @@ public:
             loaded_ = static_cast<unsigned long>(got) / kIndexEntry;
             if (rec >= first_ + loaded_) return false;
         }
-        const unsigned char* p = window_ + (rec - first_) * kIndexEntry;
+        Decode(window_ + (rec - first_) * kIndexEntry, e);
+        return true;
+    }
+
+private:
+    static void Decode(const unsigned char* p, IndexEntry* e) {
         uint32_t codes = bytes::ReadU24LE(p);
         for (int level = 0; level < 4; ++level) {
             uint32_t c = (codes >> (18 - 6 * level)) & 0x3F;
             e->genre[level] = c == 63 ? 255 : c;  // 63 is stored for "none"
         }
         e->offset = bytes::ReadU16LE(p + 3);
-        return true;
     }
 
-private:
     static constexpr unsigned long kWindow = 820;
     int fd_;
     unsigned long count_ = 0;
@@ -136,7 +152,7 @@ bool CSearchBaseDataProc::LoadIndex(unsigned long* offset, CPoiData* poi, unsign
     if (offset == nullptr || poi == nullptr || !ValidFile(fileNo)) return false;
     IndexFile index(fileNo);
     IndexEntry e;
-    if (!index.ok() || !index.Read(rec, &e)) return false;
+    if (!index.ok() || !index.ReadOne(rec, &e)) return false;
     SetGenres(poi, e);
     *offset = e.offset;
     return true;
