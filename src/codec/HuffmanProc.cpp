@@ -1,0 +1,120 @@
+// Static Huffman decoding: the tree is rebuilt from the 256 transmitted frequencies by 255
+// linear-scan merges (ties keep the earlier node), then bits are read least significant first.
+#include "codec/HuffmanProc.h"
+
+#include <cstdint>
+#include <new>
+
+#include "codec/CodecDetail.h"
+#include "foundation/Bytes.h"
+
+namespace {
+
+constexpr int kLeaves = 256;
+constexpr int kNodes = 2 * kLeaves - 1;
+constexpr int kRoot = kNodes - 1;
+constexpr size_t kFreqTableOffset = 4;
+constexpr size_t kStreamOffset = kFreqTableOffset + 4 * kLeaves;
+
+struct Node {
+    uint32_t freq;
+    uint8_t bit;  // the bit that leads here from the parent
+    int16_t parent;
+    int16_t left;   // bit 0
+    int16_t right;  // bit 1
+};
+
+// Fills nodes[256..510]; false when a merge finds fewer than two parentless nodes.
+bool BuildTree(Node* nodes, const uint32_t* freq) {
+    for (int k = 0; k < kLeaves; ++k) nodes[k] = {freq[k], 0, -1, -1, -1};
+    for (int r = kLeaves; r >= 2; --r) {
+        const int made = 2 * kLeaves - r;
+        int m1 = -1;
+        int m2 = -1;
+        int seen = 0;
+        for (int k = 0; k < made && seen < r; ++k) {
+            if (nodes[k].parent != -1) continue;
+            ++seen;
+            if (m1 < 0) {
+                m1 = k;
+            } else if (nodes[k].freq < nodes[m1].freq) {
+                m2 = m1;
+                m1 = k;
+            } else if (m2 < 0 || nodes[k].freq < nodes[m2].freq) {
+                m2 = k;
+            }
+        }
+        if (m1 < 0 || m2 < 0) return false;
+        // Frequencies are 32-bit and add with wrap-around, as stored.
+        nodes[made] = {static_cast<uint32_t>(nodes[m1].freq + nodes[m2].freq), 0, -1,
+                       static_cast<int16_t>(m1), static_cast<int16_t>(m2)};
+        nodes[m1].parent = static_cast<int16_t>(made);
+        nodes[m1].bit = 0;
+        nodes[m2].parent = static_cast<int16_t>(made);
+        nodes[m2].bit = 1;
+    }
+    return true;
+}
+
+}  // namespace
+
+namespace codec {
+namespace detail {
+
+unsigned long HuffmanDecode(uint8_t* dst, const uint8_t* src, unsigned long n,
+                            const uint32_t* freq) {
+    Node* nodes = new (std::nothrow) Node[kNodes];
+    if (nodes == nullptr) return 0;
+    if (!BuildTree(nodes, freq) || n == 0) {
+        delete[] nodes;
+        return 0;
+    }
+    // A source byte is loaded when its first bit is needed, so that a stream ending on a byte
+    // boundary is not read beyond.
+    size_t next = 0;
+    unsigned cur = 0;
+    int bitsLeft = 0;
+    for (unsigned long j = 0; j < n; ++j) {
+        int node = kRoot;
+        while (nodes[node].left >= 0) {
+            if (bitsLeft == 0) {
+                cur = src[next++];
+                bitsLeft = 8;
+            }
+            const unsigned bit = cur & 1;
+            cur >>= 1;
+            --bitsLeft;
+            node = bit ? nodes[node].right : nodes[node].left;
+        }
+        dst[j] = static_cast<uint8_t>(node);
+    }
+    delete[] nodes;
+    return n;
+}
+
+}  // namespace detail
+}  // namespace codec
+
+CHuffmanProc::CHuffmanProc() {}
+
+CHuffmanProc::~CHuffmanProc() {}
+
+unsigned long CHuffmanProc::Decode(void* dst, void* src) {
+    unsigned char* s = static_cast<unsigned char*>(src);
+    const unsigned long n = bytes::ReadU32LE(s);
+    if (dst == nullptr) return n;
+    unsigned long freq[kLeaves];
+    for (int k = 0; k < kLeaves; ++k) freq[k] = bytes::ReadU32LE(s + kFreqTableOffset + 4 * k);
+    return DecodeCore(static_cast<unsigned char*>(dst), s + kStreamOffset, n, freq);
+}
+
+unsigned long CHuffmanProc::Huffman_Decode(void* src, void* dst) {
+    return Decode(dst, src);
+}
+
+unsigned long CHuffmanProc::DecodeCore(unsigned char* dst, unsigned char* src, unsigned long n,
+                                       unsigned long* freq) {
+    uint32_t f[kLeaves];
+    for (int k = 0; k < kLeaves; ++k) f[k] = static_cast<uint32_t>(freq[k]);
+    return codec::detail::HuffmanDecode(dst, src, n, f);
+}
