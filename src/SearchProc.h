@@ -22,6 +22,7 @@
 #include "search/SearchArrivalProc.h"
 #include "search/SearchBaseDataProc.h"
 #include "search/SearchHomePhoneProc.h"
+#include "search/VicinityProc.h"
 
 // Auxiliary data
 
