@@ -2,6 +2,7 @@
 // inputs, the size query, and the chain rules for empty and inconsistent blocks.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 
@@ -47,7 +48,7 @@ std::vector<Form> Forms() {
 // An exact-size heap copy, so that ASan reports reads past the block.
 struct HeapBlock {
     explicit HeapBlock(const Bytes& b) : data(new unsigned char[b.size() + 1]), size(b.size()) {
-        memcpy(data.get(), b.data(), b.size());
+        std::copy(b.begin(), b.end(), data.get());
     }
     std::unique_ptr<unsigned char[]> data;
     size_t size;
@@ -72,7 +73,7 @@ TEST(MarlinDataProc, EveryFormRoundTripsEverySample) {
                 continue;
             }
             ASSERT_EQ(s.data.size(), got);
-            EXPECT_EQ(0, memcmp(out.get(), s.data.data(), n));
+            EXPECT_TRUE(std::equal(s.data.begin(), s.data.end(), out.get()));
             EXPECT_EQ(0, out[n]) << "the terminator byte was overwritten";
         }
     }
