@@ -3,6 +3,10 @@
 
 #include <lzma.h>
 
+#ifndef LZMA_FILTER_LZMA1EXT
+#error "liblzma 5.4 or later is needed (LZMA1 streams of known size)"
+#endif
+
 #include <string>
 
 namespace mapdb {
