@@ -145,7 +145,7 @@ TEST(DamagedBlocks, NoEntryPointCrashesOrOverruns) {
     }
 }
 
-TEST(DamagedBlocks, PlainLzmaEntryPointsRespectTheirSizes) {
+TEST(DamagedBlocks, PlainLzmaEntryPointsStayWithinTheirSizes) {
     const Bytes valid = mapdb::EncodeLzmaBlock(codectest::Records(3000), true);
     std::mt19937 rng(77);
     for (int m = 0; m < kMutations; ++m) {
