@@ -625,6 +625,35 @@ TEST_F(VicinityTest, DamagedMeshFilesEndTheScanCleanly) {
     EXPECT_TRUE(Search(v, c, 100, 2).empty());
 }
 
+TEST_F(VicinityTest, RandomBytesInMeshFilesNeverHang) {
+    // The four meshes around a corner, filled with random records of random lengths.
+    const Point corner{kSouth + kMeshLat, kWest + kMeshLon};
+    std::mt19937 rng(11);
+    for (int round = 0; round < 20; ++round) {
+        SCOPED_TRACE(round);
+        mapdb::TempDir tmp;
+        mapdb::PackWriter w;
+        for (int mesh : {5339, 5340, 5439, 5440}) {
+            mapdb::Bytes bytes(std::uniform_int_distribution<size_t>(0, 3000)(rng));
+            for (auto& b : bytes) b = static_cast<uint8_t>(rng());
+            for (size_t at = 16; round % 2 == 0 && at + 4 <= bytes.size(); at += 10) {
+                bytes[at + 3] = static_cast<uint8_t>(bytes[at + 3] % 8);  // plausible keys
+            }
+            char name[16];
+            snprintf(name, sizeof(name), "V07%04d.dat", mesh);
+            w.Add(name, bytes);
+        }
+        w.Write(tmp.path(), "VICINITY");
+        settings_.Use(tmp.path());
+        Probe v;
+        unsigned long count = 0, mask = 0;
+        EXPECT_EQ(1, v.SearchProc(&count, corner.lat - 100, corner.lon - 100, 5000, 7, kAny, kAny));
+        EXPECT_EQ(1, v.SearchProc(&count, corner.lat + 100, corner.lon + 100, 7, 3, kAny));
+        EXPECT_EQ(1u, v.IsGenreEnabled(&mask, corner.lat, corner.lon, kAny, kAny, kAny));
+        EXPECT_EQ(1u, v.IsGenreEnabled(&mask, corner.lat, corner.lon, 7, kAny, kAny));
+    }
+}
+
 // Random centres and radii over a generated database spanning four meshes: the hits are
 // exactly the brute-force set, in (distance, id) order.
 TEST_F(VicinityTest, PropertyHitsMatchBruteForce) {
