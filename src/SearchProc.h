@@ -21,6 +21,7 @@
 #include "search/SearchAddressProc.h"
 #include "search/SearchArrivalProc.h"
 #include "search/SearchBaseDataProc.h"
+#include "search/SearchGenreProc.h"
 #include "search/SearchHomePhoneProc.h"
 #include "search/VicinityProc.h"
 

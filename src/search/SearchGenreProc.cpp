@@ -1,0 +1,184 @@
+// Genre search: the exact binary search of the genre index (levels 1-3 widened, level 4 not),
+// the windowed reads of the run's POI ids, and the records through the base POI data.
+#include "search/SearchGenreProc.h"
+
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "foundation/Bytes.h"
+
+namespace {
+
+constexpr uint32_t kNone = 0x7fffffff;
+constexpr unsigned long kAll = 255;
+constexpr unsigned long kHeaderSize = 16;
+constexpr unsigned long kIndexEntry = 12;
+constexpr unsigned long kIdSize = 4;
+constexpr unsigned long kIdsPerRead = 1024;  // ids of one window read
+
+// Levels 1-3 store "all" as 63; level 4 is deliberately never widened, so no entry matches a
+// level-4 key of 255.
+unsigned long WidenLevel(uint32_t v) { return v == 63 ? kAll : v; }
+
+// Compares the search key with an index entry, level 1 first: <0, 0 or >0.
+int CompareKey(const unsigned long key[5], const unsigned char* entry) {
+    const uint32_t packed = bytes::ReadU24LE(entry);
+    const unsigned long stored[5] = {WidenLevel((packed >> 18) & 0x3F),
+                                     WidenLevel((packed >> 12) & 0x3F),
+                                     WidenLevel((packed >> 6) & 0x3F), packed & 0x3F, entry[3]};
+    for (int level = 0; level < 5; ++level) {
+        if (key[level] != stored[level]) return key[level] < stored[level] ? -1 : 1;
+    }
+    return 0;
+}
+
+// Reads up to `size` bytes at `offset` of the selected packed file into dst; the bytes read.
+unsigned long ReadPacked(CPackFolderIO* pack, unsigned char* dst, unsigned long offset,
+                         unsigned long size) {
+    unsigned char* buf = nullptr;
+    unsigned long got = pack->LoadPackFile(&buf, offset, size);
+    if (got > size) got = 0;  // a failed read reports -1
+    if (got != 0) memcpy(dst, buf, got);
+    delete[] buf;
+    return got;
+}
+
+}  // namespace
+
+CSearchGenreProc::CSearchGenreProc()
+    : m_dwRunStart(0), m_dwRunCount(0), m_dwKey1(255), m_dwKey4(255), m_dwKey5(255) {}
+
+CSearchGenreProc::~CSearchGenreProc() {}
+
+bool CSearchGenreProc::OpenGenreFile(const char* ext, unsigned long key1) {
+    if (!IsDBEnabled()) return false;
+    if (!OpenDataFolder("GENRE")) return false;
+    char name[32] = {};
+    snprintf(name, sizeof(name), "%s%03d.%s", "G", static_cast<int>(key1), ext);
+    if (!OpenPackFile(name)) {
+        ClosePackFolder();
+        return false;
+    }
+    return true;
+}
+
+unsigned long CSearchGenreProc::SearchProc(unsigned long* count, unsigned long key1,
+                                           unsigned long key2, unsigned long key3,
+                                           unsigned long key4, unsigned long key5) {
+    m_blCancel = false;
+    const unsigned long key5Effective = key4 == kAll ? kAll : key5;
+    unsigned long runStart = 0;
+    unsigned long runCount = 0;
+    const unsigned long found =
+        LoadIndex(&runStart, &runCount, key1, key2, key3, key4, key5Effective);
+    if (found) {
+        m_dwRunStart = static_cast<uint32_t>(runStart);
+        m_dwRunCount = static_cast<uint32_t>(runCount);
+    }
+    // Deliberate: written on a miss too, so the count then repeats the previous search's.
+    if (count != nullptr) *count = m_dwRunCount;
+    m_dwKey1 = static_cast<uint32_t>(key1);
+    m_dwKey4 = static_cast<uint32_t>(key4);
+    m_dwKey5 = static_cast<uint32_t>(key5Effective);
+    return found;
+}
+
+unsigned long CSearchGenreProc::LoadIndex(unsigned long* runStart, unsigned long* runCount,
+                                          unsigned long key1, unsigned long key2,
+                                          unsigned long key3, unsigned long key4,
+                                          unsigned long key5) {
+    if (runStart == nullptr || runCount == nullptr) return 0;
+    if (!OpenGenreFile("idx", key1)) return 0;
+    const unsigned long size = GetPackFileSize();
+    const unsigned long n = size < kHeaderSize ? 0 : (size - kHeaderSize) / kIndexEntry;
+    if (n == 0) {
+        ClosePackFolder();
+        return 0;
+    }
+    const unsigned long key[5] = {key1, key2, key3, key4, key5};
+    unsigned long lo = 0;
+    unsigned long hi = n;
+    unsigned long mid = (size - kHeaderSize) / (2 * kIndexEntry);
+    unsigned char entry[kIndexEntry];
+    unsigned long result = 0;
+    for (;;) {
+        if (ReadPacked(this, entry, kHeaderSize + kIndexEntry * mid, kIndexEntry) != kIndexEntry) {
+            break;
+        }
+        const int cmp = CompareKey(key, entry);
+        if (cmp == 0) {
+            *runStart = bytes::ReadU32LE(entry + 4);
+            *runCount = bytes::ReadU32LE(entry + 8);
+            result = 1;
+            break;
+        }
+        const unsigned long next = cmp > 0 ? (mid + hi) / 2 : (mid + lo) / 2;
+        if (next == mid) break;
+        if (cmp > 0) {
+            lo = mid;
+        } else {
+            hi = mid;
+        }
+        mid = next;
+    }
+    ClosePackFolder();
+    return result;
+}
+
+unsigned long CSearchGenreProc::LoadOffset(unsigned long* ids, unsigned long key1,
+                                           unsigned long runStart, unsigned long runCount,
+                                           unsigned long start, unsigned long count) {
+    if (ids == nullptr && count != 0) return 0;
+    if (!OpenGenreFile("ofs", key1)) return 0;
+    if (GetPackFileSize() < kHeaderSize + kIdSize) {
+        ClosePackFolder();
+        return 0;
+    }
+    // Slots 0 .. inRun-1 lie inside the run, the rest get the empty-slot sentinel. The ids of
+    // the run are read a window at a time; a short read ends the filling, which is no failure.
+    const unsigned long inRun =
+        start >= runCount ? 0 : (runCount - start < count ? runCount - start : count);
+    unsigned char window[kIdsPerRead * kIdSize];
+    unsigned long i = 0;
+    bool shortRead = false;
+    while (i < inRun && !shortRead) {
+        const unsigned long want = inRun - i < kIdsPerRead ? inRun - i : kIdsPerRead;
+        const unsigned long at = kHeaderSize + kIdSize * (runStart + start + i);
+        const unsigned long got = ReadPacked(this, window, at, want * kIdSize) / kIdSize;
+        for (unsigned long k = 0; k < got; ++k) ids[i + k] = bytes::ReadU32LE(window + k * kIdSize);
+        i += got;
+        shortRead = got < want;
+    }
+    if (!shortRead) {
+        for (; i < count; ++i) ids[i] = kNone;
+    }
+    ClosePackFolder();
+    return 1;
+}
+
+unsigned long CSearchGenreProc::GetID(unsigned long* ids, unsigned long start,
+                                      unsigned long count) {
+    return LoadOffset(ids, m_dwKey1, m_dwRunStart, m_dwRunCount, start, count);
+}
+
+unsigned long CSearchGenreProc::GetList(CLocationData* out, unsigned long start,
+                                        unsigned long count) {
+    if (out == nullptr && count != 0) return 0;
+    unsigned long* ids = new (std::nothrow) unsigned long[count];
+    if (ids == nullptr) return 0;
+    for (unsigned long i = 0; i < count; ++i) {
+        out[i].FlushData();
+        ids[i] = kNone;
+    }
+    unsigned long status = LoadOffset(ids, m_dwKey1, m_dwRunStart, m_dwRunCount, start, count);
+    if (status) {
+        for (unsigned long i = 0; i < count && ids[i] != kNone; ++i) {
+            status = CSearchBaseDataProc::SearchProc(&out[i], ids[i]) ? 1 : 0;
+            if (!status) break;
+            out[i].dwRsv = m_dwKey5;
+        }
+    }
+    delete[] ids;
+    return status;
+}
