@@ -23,6 +23,7 @@
 #include "search/SearchBaseDataProc.h"
 #include "search/SearchGenreProc.h"
 #include "search/SearchHomePhoneProc.h"
+#include "search/SearchKanaProc.h"
 #include "search/VicinityProc.h"
 
 // Auxiliary data
