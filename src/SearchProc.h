@@ -24,6 +24,7 @@
 #include "search/SearchGenreProc.h"
 #include "search/SearchHomePhoneProc.h"
 #include "search/SearchKanaProc.h"
+#include "search/SearchKanaProcMA.h"
 #include "search/VicinityProc.h"
 
 // Auxiliary data

@@ -1,0 +1,315 @@
+// Kana search with refinement: genre totals over the offset files of the first character, the
+// distance sort with its cut in file order, and listing through the base POI data.
+#include "search/SearchKanaProcMA.h"
+
+#include <cstring>
+#include <new>
+
+#include "foundation/Bytes.h"
+#include "search/GenreFilter.h"
+
+namespace {
+
+constexpr uint32_t kNone = 0x7fffffff;
+constexpr unsigned long kAny = 255;
+constexpr unsigned long kHeaderSize = 16;
+constexpr unsigned long kOffsetEntry = 8;
+constexpr unsigned long kPositionEntry = 13;
+constexpr unsigned long kCountMask = 0x7FFF;  // bit 15 is the completion flag
+constexpr size_t kTextArea = 384;
+
+uint32_t Code6(uint32_t packed, int level) {
+    const uint32_t c = (packed >> (18 - 6 * level)) & 0x3F;
+    return c == 63 ? 255 : c;  // 63 is stored for "none"
+}
+
+bool PassesOffsetEntry(const unsigned char* e, unsigned long g1, unsigned long g2,
+                       unsigned long g3, unsigned long g4) {
+    const uint32_t packed = bytes::ReadU24LE(e + 4);
+    return genre::Matches(Code6(packed, 0), Code6(packed, 1), Code6(packed, 2), Code6(packed, 3),
+                          g1, g2, g3, g4);
+}
+
+// The sortable list's filter: a first level of 255 lets every entry through, whatever the
+// other levels say.
+bool PassesPositionEntry(const unsigned char* e, unsigned long g1, unsigned long g2,
+                         unsigned long g3) {
+    if (g1 == kAny) return true;
+    return genre::Matches(e[4], e[5], e[6], kAny, g1, g2, g3, kAny);
+}
+
+bool SjisLead(unsigned char b) { return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC); }
+
+// True when `text` occurs, starting on a character boundary, in one of the NUL-separated
+// strings of the text area.
+bool TextContains(const char* area, const unsigned char* text) {
+    const size_t len = strlen(reinterpret_cast<const char*>(text));
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(area);
+    const unsigned char* end = p + kTextArea;
+    while (p < end && *p != 0) {
+        const unsigned char* s = p;
+        while (p < end && *p != 0) ++p;  // p: the string's end
+        for (const unsigned char* c = s; c + len <= p; c += SjisLead(*c) ? 2 : 1) {
+            if (memcmp(c, text, len) == 0) return true;
+        }
+        ++p;
+    }
+    return false;
+}
+
+bool Less(const CPOIIndexData& a, const CPOIIndexData& b) {
+    return a.dwDistance < b.dwDistance || (a.dwDistance == b.dwDistance && a.dwID < b.dwID);
+}
+
+}  // namespace
+
+CSearchKanaProcMA::CSearchKanaProcMA()
+    : m_dwListCount(0),
+      m_pIdList(nullptr),
+      m_dwIdListSize(0),
+      m_pSortList(nullptr),
+      m_dwSortListSize(0),
+      m_byFirst(0) {}
+
+CSearchKanaProcMA::~CSearchKanaProcMA() {
+    ReleaseIdList();
+    delete[] m_pSortList;
+}
+
+void CSearchKanaProcMA::ReleaseIdList() {
+    delete[] m_pIdList;
+    m_pIdList = nullptr;
+    m_dwIdListSize = 0;
+}
+
+unsigned long CSearchKanaProcMA::SearchProc(unsigned long* count, unsigned char* reading) {
+    m_byFirst = reading != nullptr ? reading[0] : 0;
+    return CSearchKanaProc::SearchProc(count, reading);
+}
+
+long CSearchKanaProcMA::ReadRun(const char* format, unsigned long entrySize,
+                                unsigned char** out) {
+    if (!OpenKanaFile(format, m_byFirst)) return -1;
+    if (GetPackFileSize() < kHeaderSize + entrySize) {
+        ClosePackFolder();
+        return -1;
+    }
+    // The tree's first id names the base record; its record number is the entry index.
+    const unsigned long first = m_dwFirstID & 0xFFFFFF;
+    const unsigned long n = m_dwCountWord & kCountMask;
+    long got = 0;
+    *out = new (std::nothrow) unsigned char[n * entrySize + 1];
+    if (*out != nullptr && n != 0) {
+        // One read for the whole run; a run past the file's end gives its whole entries.
+        got = static_cast<long>(ReadPacked(*out, kHeaderSize + entrySize * first, n * entrySize) /
+                                entrySize);
+    }
+    ClosePackFolder();
+    if (*out == nullptr) return -1;
+    return got;
+}
+
+unsigned long CSearchKanaProcMA::GetRefinedTotal(unsigned long g1, unsigned long g2,
+                                                 unsigned long g3, unsigned long g4) {
+    return GetRefinedTotal(g1, g2, g3, g4, 0, nullptr, nullptr);
+}
+
+unsigned long CSearchKanaProcMA::GetRefinedTotal(unsigned long g1, unsigned long g2,
+                                                 unsigned long g3, unsigned long g4,
+                                                 unsigned long flags, unsigned char* text1,
+                                                 unsigned char* text2) {
+    unsigned char* run = nullptr;
+    const long n = ReadRun("%s%03d.ofs", kOffsetEntry, &run);
+    if (n < 0) return 0;
+    const bool byText = (text1 != nullptr && text1[0] != 0) || (text2 != nullptr && text2[0] != 0);
+    // Marks the matches in place (byte 7, the flag byte, is no longer needed afterwards).
+    unsigned long matches = 0;
+    for (long i = 0; i < n; ++i) {
+        unsigned char* e = run + kOffsetEntry * i;
+        bool ok = PassesOffsetEntry(e, g1, g2, g3, g4) && (e[7] & flags) == flags;
+        if (ok && byText) {
+            CLocationData record;
+            ok = CSearchBaseDataProc::SearchProc(&record, bytes::ReadU32LE(e)) &&
+                 (text1 == nullptr || TextContains(record.szName, text1)) &&
+                 (text2 == nullptr || TextContains(record.szName, text2));
+        }
+        e[7] = ok ? 1 : 0;
+        if (ok) ++matches;
+    }
+    ReleaseIdList();
+    m_dwListCount = 0;
+    m_pIdList = new (std::nothrow) uint32_t[matches + 1];
+    if (m_pIdList == nullptr) {
+        delete[] run;
+        return 0;
+    }
+    for (unsigned long i = 0; i <= matches; ++i) m_pIdList[i] = kNone;
+    unsigned long k = 0;
+    for (long i = 0; i < n; ++i) {
+        const unsigned char* e = run + kOffsetEntry * i;
+        if (e[7]) m_pIdList[k++] = bytes::ReadU32LE(e);
+    }
+    delete[] run;
+    m_dwIdListSize = static_cast<uint32_t>(matches);
+    m_dwListCount = static_cast<uint32_t>(matches);
+    return matches;
+}
+
+unsigned long CSearchKanaProcMA::GetRefinedSortTotal(unsigned long g1, unsigned long g2,
+                                                     unsigned long g3) {
+    unsigned char* run = nullptr;
+    const long n = ReadRun("%s2%03d.ofs", kPositionEntry, &run);
+    if (n < 0) return 0;
+    unsigned long matches = 0;
+    for (long i = 0; i < n; ++i) {
+        if (PassesPositionEntry(run + kPositionEntry * i, g1, g2, g3)) ++matches;
+    }
+    delete[] m_pSortList;
+    m_dwSortListSize = 0;
+    m_dwListCount = 0;
+    m_pSortList = new (std::nothrow) CPOIIndexData[matches + 1];
+    if (m_pSortList == nullptr) {
+        delete[] run;
+        return 0;
+    }
+    for (unsigned long i = 0; i <= matches; ++i) m_pSortList[i] = CPOIIndexData{kNone, 0, 0, 0};
+    unsigned long k = 0;
+    for (long i = 0; i < n; ++i) {
+        const unsigned char* e = run + kPositionEntry * i;
+        if (!PassesPositionEntry(e, g1, g2, g3)) continue;
+        m_pSortList[k].dwID = bytes::ReadU32LE(e);
+        m_pSortList[k].lLon = bytes::WidenLongitude(bytes::ReadU24LE(e + 7));
+        m_pSortList[k].lLat = bytes::WidenLatitude(bytes::ReadU24LE(e + 10));
+        ++k;
+    }
+    delete[] run;
+    m_dwSortListSize = static_cast<uint32_t>(matches);
+    m_dwListCount = static_cast<uint32_t>(matches);
+    return matches;
+}
+
+void CSearchKanaProcMA::DistanceSortList(unsigned long keep, int lat, int lon) {
+    if (m_pSortList == nullptr || m_dwListCount == 0) return;
+    // The count may be the id list's; never look past the sortable list itself.
+    unsigned long n = m_dwListCount < m_dwSortListSize ? m_dwListCount : m_dwSortListSize;
+    if (n > keep) {
+        // Deliberate: the cut keeps the first matches in reading order, before any distance
+        // is known, so only they take part in the sort.
+        for (unsigned long i = keep; i < n; ++i) m_pSortList[i] = CPOIIndexData{kNone, 0, 0, 0};
+        m_dwListCount = static_cast<uint32_t>(keep);
+        n = keep;
+    }
+    if (n == 0) return;
+    for (unsigned long i = 0; i < n && m_pSortList[i].dwID != kNone; ++i) {
+        unsigned long dist = 0;
+        unsigned long dir = 0;
+        // Deliberate: milliseconds of arc go in where 1/256 arc-second is read, so the
+        // distance word is an ordering key, not metres.
+        if (!m_Distance.CalcDistanceForm(&dist, &dir, lat, lon,
+                                         static_cast<int>(m_pSortList[i].lLat),
+                                         static_cast<int>(m_pSortList[i].lLon))) {
+            break;
+        }
+        m_pSortList[i].dwDistance = static_cast<uint32_t>(dist);
+    }
+    SortDistanceSub(m_pSortList, 0, static_cast<long>(n) - 1);
+}
+
+void CSearchKanaProcMA::SortDistanceSub(CPOIIndexData* list, long lo, long hi) {
+    if (list == nullptr || lo >= hi) return;
+    while (lo < hi) {
+        const CPOIIndexData pivot = list[lo + 1 + (hi - lo) / 2];
+        long i = lo;
+        long j = hi;
+        for (;;) {
+            while (Less(list[i], pivot)) ++i;
+            while (Less(pivot, list[j])) --j;
+            if (j <= i) break;
+            const CPOIIndexData t = list[i];
+            list[i] = list[j];
+            list[j] = t;
+            ++i;
+            --j;
+        }
+        if (lo < i) SortDistanceSub(list, lo, i - 1);
+        lo = i;
+    }
+}
+
+bool CSearchKanaProcMA::LoadOffset(unsigned long* ids, unsigned long start, unsigned long count) {
+    const unsigned long n = m_dwListCount < m_dwIdListSize ? m_dwListCount : m_dwIdListSize;
+    for (unsigned long i = 0; i < count && start + i < n; ++i) ids[i] = m_pIdList[start + i];
+    return true;
+}
+
+bool CSearchKanaProcMA::LoadOffset2(unsigned long* ids, unsigned long start, unsigned long count) {
+    // The shared count may be the id list's: bounded by the sortable list as well.
+    const unsigned long n = m_dwListCount < m_dwSortListSize ? m_dwListCount : m_dwSortListSize;
+    for (unsigned long i = 0; i < count && start + i < n; ++i) ids[i] = m_pSortList[start + i].dwID;
+    return true;
+}
+
+bool CSearchKanaProcMA::ListRecords(CLocationData* out, unsigned long start, unsigned long count,
+                                    bool sorted) {
+    if (count == 0) return true;
+    if (out == nullptr) return false;
+    unsigned long* ids = new (std::nothrow) unsigned long[count];
+    if (ids == nullptr) return false;
+    for (unsigned long i = 0; i < count; ++i) {
+        ids[i] = kNone;
+        out[i].FlushData();
+    }
+    if (sorted) {
+        LoadOffset2(ids, start, count);
+    } else {
+        LoadOffset(ids, start, count);
+    }
+    bool result = true;
+    for (unsigned long i = 0; i < count && ids[i] != kNone; ++i) {
+        result = CSearchBaseDataProc::SearchProc(&out[i], ids[i]);
+        if (!result) break;
+    }
+    delete[] ids;
+    return result;
+}
+
+bool CSearchKanaProcMA::GetList(CLocationData* out, unsigned long start, unsigned long count) {
+    return ListRecords(out, start, count, false);
+}
+
+bool CSearchKanaProcMA::GetSortList(CLocationData* out, unsigned long start,
+                                    unsigned long count) {
+    return ListRecords(out, start, count, true);
+}
+
+bool CSearchKanaProcMA::GetOffsetDataLatLng(int* lat, int* lon, unsigned long i) {
+    if (lat == nullptr || lon == nullptr) return false;
+    *lat = 0;
+    *lon = 0;
+    if (i >= m_dwListCount || i >= m_dwSortListSize) return false;
+    *lat = static_cast<int>(m_pSortList[i].lLat);
+    *lon = static_cast<int>(m_pSortList[i].lLon);
+    return true;
+}
+
+bool CSearchKanaProcMA::IsGenreEnabled(unsigned long* mask, unsigned long g1, unsigned long g2,
+                                       unsigned long g3) {
+    if (mask == nullptr) return false;
+    unsigned char* run = nullptr;
+    const long n = ReadRun("%s2%03d.ofs", kPositionEntry, &run);
+    if (n < 0) return false;
+    for (long i = 0; i < n; ++i) {
+        const unsigned char* e = run + kPositionEntry * i;
+        unsigned long code = kAny;
+        if (g1 == kAny) {
+            code = e[4];
+        } else if (e[4] == g1 && g2 == kAny) {
+            code = e[5];
+        } else if (e[4] == g1 && e[5] == g2 && g3 == kAny) {
+            code = e[6];
+        }
+        if (code < 32) *mask |= 1UL << code;  // 255 and codes of 32 or more set nothing
+    }
+    delete[] run;
+    return true;
+}
