@@ -1,6 +1,7 @@
 // Genre data set writer.
 #include "GenreWriter.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 
@@ -47,13 +48,14 @@ void WriteGenre(const std::string& root, const std::vector<GenrePoi>& pois,
 
     PackWriter pack;
     pack.SetDatHeader(VersionHeader(version));
-    for (const auto& [key1, entries] : files) {
+    for (auto& [key1, entries] : files) {
         ByteWriter idx;
         ByteWriter ofs;
         idx.Raw(VersionHeader(version));
         ofs.Raw(VersionHeader(version));
         uint64_t position = 0;
-        for (const auto& [key, ids] : entries) {
+        for (auto& [key, ids] : entries) {
+            std::stable_sort(ids.begin(), ids.end());
             if (position + ids.size() > 0xFFFFFFFFu) throw Error("genre offset file too large");
             idx.U24(Stored(key[0]) << 18 | Stored(key[1]) << 12 | Stored(key[2]) << 6 | key[3]);
             idx.U8(key[4]);

@@ -20,7 +20,8 @@ struct GenrePoi {
 };
 
 // Writes root/GENRE/GENRE.IDX and .DAT. Every distinct key becomes one index entry whose run
-// holds its ids in input order. Throws Error on a level that cannot be stored (level 1-3 of
+// holds its ids in ascending order: reading order within a base file, so that a page of a
+// run shows names in kana order and neighbours share base-data containers. Throws Error on a level that cannot be stored (level 1-3 of
 // 63 or above 63 other than 255, level 4 above 63 - the index has no "all" for level 4 -,
 // level 5 above 255).
 void WriteGenre(const std::string& root, const std::vector<GenrePoi>& pois,

@@ -68,7 +68,7 @@ protected:
     }
     void SetUp() override { settings_.Use(tmp_->path()); }
 
-    // Brute force: the ids listed under `key`, in input order.
+    // Brute force: the ids listed under `key`, in ascending order.
     static std::vector<unsigned long> Run(const Key& key) {
         std::vector<unsigned long> out;
         for (unsigned long i = 0; i < kPois; ++i) {
@@ -76,6 +76,7 @@ protected:
                 if (k == key) out.push_back((*ids_)[i]);
             }
         }
+        std::sort(out.begin(), out.end());
         return out;
     }
 

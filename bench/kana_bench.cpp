@@ -1,0 +1,102 @@
+// Kana reading search on a generated Japan-scale database: one keystroke (SearchProc) for
+// readings of 1 to 6 characters, and a genre total with its first page of 20 from the
+// offset files. Counts read calls per operation (pread is intercepted in this program).
+// Run: build/bench/kana_bench [--pois=N] [benchmark flags]
+#include <benchmark/benchmark.h>
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "KanaWriter.h"
+#include "SearchProc.h"
+#include "TempDir.h"
+#include "common/JapanDb.h"
+
+namespace {
+
+std::atomic<unsigned long> g_reads{0};
+
+}  // namespace
+
+// Every read of the library is a pread; counting them here counts them all.
+extern "C" ssize_t pread(int fd, void* buf, size_t n, off_t offset) {
+    using Fn = ssize_t (*)(int, void*, size_t, off_t);
+    static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "pread"));
+    g_reads.fetch_add(1, std::memory_order_relaxed);
+    return real(fd, buf, n, offset);
+}
+
+namespace {
+
+benchdb::Options g_options;
+
+struct Fixture {
+    mapdb::TempDir dir;
+    benchdb::Db db;
+    // Prefixes of real readings by length (index 1-6).
+    std::vector<std::vector<std::string>> prefixes = std::vector<std::vector<std::string>>(7);
+    Fixture() : db(benchdb::BuildBase(dir.path(), g_options)) {
+        mapdb::WriteKana(dir.path(), db.pois, db.base);
+        CCommonProc::SetPath(dir.path().c_str());
+        for (size_t i = 0; i < db.base.readings.size() && prefixes[6].size() < 256; i += 97) {
+            const std::string& r = db.base.readings[i];
+            if (r.size() < 6) continue;
+            for (size_t len = 1; len <= 6; ++len) prefixes[len].push_back(r.substr(0, len));
+        }
+    }
+};
+
+Fixture& Shared() {
+    static Fixture f;
+    return f;
+}
+
+void BM_Keystroke(benchmark::State& state) {
+    Fixture& f = Shared();
+    const auto& readings = f.prefixes[static_cast<size_t>(state.range(0))];
+    CSearchKanaProc search;
+    size_t k = 0;
+    const unsigned long before = g_reads.load();
+    for (auto _ : state) {
+        const std::string& r = readings[k++ % readings.size()];
+        unsigned long count = 0;
+        benchmark::DoNotOptimize(search.SearchProc(
+            &count, reinterpret_cast<unsigned char*>(const_cast<char*>(r.c_str()))));
+    }
+    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(g_reads.load() - before),
+                                                    benchmark::Counter::kAvgIterations);
+}
+BENCHMARK(BM_Keystroke)->DenseRange(1, 6);
+
+// A two-character reading, its genre total over the offset file and its first page of 20.
+void BM_RefinedTotalAndPage(benchmark::State& state) {
+    Fixture& f = Shared();
+    const auto& readings = f.prefixes[2];
+    CSearchKanaProcMA search;
+    CLocationData out[20];
+    size_t k = 0;
+    const unsigned long before = g_reads.load();
+    for (auto _ : state) {
+        const std::string& r = readings[k++ % readings.size()];
+        unsigned long count = 0;
+        search.SearchProc(&count, reinterpret_cast<unsigned char*>(const_cast<char*>(r.c_str())));
+        benchmark::DoNotOptimize(search.GetRefinedTotal(255, 255, 255, 255));
+        benchmark::DoNotOptimize(search.GetList(out, 0, 20));
+    }
+    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(g_reads.load() - before),
+                                                    benchmark::Counter::kAvgIterations);
+}
+BENCHMARK(BM_RefinedTotalAndPage)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    g_options = benchdb::ParseOptions(&argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
