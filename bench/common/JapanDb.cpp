@@ -1,6 +1,8 @@
 // Deterministic Japan-scale POI generator.
 #include "common/JapanDb.h"
 
+#include <benchmark/benchmark.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -105,6 +107,15 @@ Options ParseOptions(int* argc, char** argv) {
     }
     *argc = out;
     return options;
+}
+
+int RunMain(int argc, char** argv, Options* options) {
+    *options = ParseOptions(&argc, argv);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
 }
 
 }  // namespace benchdb

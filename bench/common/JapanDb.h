@@ -40,4 +40,8 @@ Db BuildBase(const std::string& root, const Options& options);
 // default is 200,000) and returns the options.
 Options ParseOptions(int* argc, char** argv);
 
+// The main() of suites on the generated database: takes --pois=N into *options, then runs the
+// benchmarks selected by the usual benchmark flags.
+int RunMain(int argc, char** argv, Options* options);
+
 }  // namespace benchdb
