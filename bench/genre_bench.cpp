@@ -42,8 +42,7 @@ extern "C" ssize_t pread(int fd, void* buf, size_t n, off_t offset) {
 // (the library calls it through its symbol table) and forwards to it.
 unsigned long CMarlinDataProc::Decode(void* dst, void* src, unsigned long srcSize) {
     using Fn = unsigned long (*)(CMarlinDataProc*, void*, void*, unsigned long);
-    static Fn real =
-        reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "_ZN15CMarlinDataProc6DecodeEPvS0_m"));
+    static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "_ZN15CMarlinDataProc6DecodeEPvS0_m"));
     const long long start = NowNs();
     const unsigned long n = real(this, dst, src, srcSize);
     g_decodeNs.fetch_add(NowNs() - start, std::memory_order_relaxed);

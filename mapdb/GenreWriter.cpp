@@ -14,8 +14,8 @@ namespace {
 // Validates a key and returns it in the order the reader compares it (levels 1-3 with "all"
 // as 255, which sorts after every code).
 std::array<uint32_t, 5> CheckedKey(const GenrePoi& poi, size_t i) {
-    const std::string what = "genre entry " + std::to_string(i) + " (POI id " +
-                             std::to_string(poi.id) + ")";
+    const std::string what =
+        "genre entry " + std::to_string(i) + " (POI id " + std::to_string(poi.id) + ")";
     for (int level = 0; level < 3; ++level) {
         const uint32_t v = poi.key[level];
         if (v != 255 && v > 62) {
@@ -33,7 +33,9 @@ std::array<uint32_t, 5> CheckedKey(const GenrePoi& poi, size_t i) {
     return poi.key;
 }
 
-uint32_t Stored(uint32_t level) { return level == 255 ? 63 : level; }
+uint32_t Stored(uint32_t level) {
+    return level == 255 ? 63 : level;
+}
 
 }  // namespace
 

@@ -97,8 +97,8 @@ uint32_t PackedGenres(const PoiSource& poi) {
 
 }  // namespace
 
-void WriteKana(const std::string& root, const std::vector<PoiSource>& pois,
-               const BaseResult& base, const std::string& version) {
+void WriteKana(const std::string& root, const std::vector<PoiSource>& pois, const BaseResult& base,
+               const std::string& version) {
     if (base.ids.size() != pois.size() || base.readings.size() != pois.size()) {
         throw Error("kana index: base data written for " + std::to_string(base.ids.size()) +
                     " POIs, given " + std::to_string(pois.size()));

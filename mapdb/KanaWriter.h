@@ -19,7 +19,7 @@ namespace mapdb {
 // least one POI. Entry r of both offset files describes record r of the base file.
 // Throws Error on a reading that cannot be converted, on base data that does not match the
 // readings, and on a run of more than 32,767 POIs (the count has 15 bits).
-void WriteKana(const std::string& root, const std::vector<PoiSource>& pois,
-               const BaseResult& base, const std::string& version = kDefaultVersion);
+void WriteKana(const std::string& root, const std::vector<PoiSource>& pois, const BaseResult& base,
+               const std::string& version = kDefaultVersion);
 
 }  // namespace mapdb

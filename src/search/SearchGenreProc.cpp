@@ -19,7 +19,9 @@ constexpr unsigned long kIdsPerRead = 1024;  // ids of one window read
 
 // Levels 1-3 store "all" as 63; level 4 is deliberately never widened, so no entry matches a
 // level-4 key of 255.
-unsigned long WidenLevel(uint32_t v) { return v == 63 ? kAll : v; }
+unsigned long WidenLevel(uint32_t v) {
+    return v == 63 ? kAll : v;
+}
 
 // Compares the search key with an index entry, level 1 first: <0, 0 or >0.
 int CompareKey(const unsigned long key[5], const unsigned char* entry) {

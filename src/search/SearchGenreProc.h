@@ -37,7 +37,7 @@ public:
 protected:
     uint32_t m_dwRunStart;  // first id of the run, in 4-byte units after the file header
     uint32_t m_dwRunCount;
-    uint32_t m_dwKey1;      // last searched levels 1, 4 and (effective) 5
+    uint32_t m_dwKey1;  // last searched levels 1, 4 and (effective) 5
     uint32_t m_dwKey4;
     uint32_t m_dwKey5;
 

@@ -70,8 +70,9 @@ unsigned long CSearchKanaProc::ReadPacked(unsigned char* dst, unsigned long offs
     const unsigned long packSize = static_cast<unsigned long>(m_lPackSize);
     if (offset >= packSize) return 0;
     if (size == 0 || size > packSize - offset) size = packSize - offset;
-    const ssize_t got = pread(m_iDatFile, dst, size,
-                              static_cast<off_t>(static_cast<unsigned long>(m_lPackOffset) + offset));
+    const ssize_t got =
+        pread(m_iDatFile, dst, size,
+              static_cast<off_t>(static_cast<unsigned long>(m_lPackOffset) + offset));
     return got > 0 ? static_cast<unsigned long>(got) : 0;
 }
 
@@ -107,8 +108,8 @@ unsigned long CSearchKanaProc::SearchProc(unsigned long* count, unsigned char* r
     return result;
 }
 
-bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId,
-                                unsigned long* countWord, unsigned char* reading) {
+bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId, unsigned long* countWord,
+                                unsigned char* reading) {
     if (keyStates == nullptr || firstId == nullptr || countWord == nullptr || reading == nullptr) {
         return false;
     }
@@ -162,14 +163,14 @@ unsigned char CSearchKanaProc::GetKeyState(unsigned long key) {
     return m_blKeyState[key] ? 1 : 0;
 }
 
-unsigned long CSearchKanaProc::GetRefinedTotal(unsigned long g1, unsigned long g2,
-                                               unsigned long g3, unsigned long g4) {
+unsigned long CSearchKanaProc::GetRefinedTotal(unsigned long g1, unsigned long g2, unsigned long g3,
+                                               unsigned long g4) {
     return CSearchBaseDataProc::GetRefinedTotal(m_dwFirstID, m_dwCountWord, g1, g2, g3, g4);
 }
 
-bool CSearchKanaProc::GetList(CLocationData* out, unsigned long listStart,
-                              unsigned long listCount, unsigned long g1, unsigned long g2,
-                              unsigned long g3, unsigned long g4) {
+bool CSearchKanaProc::GetList(CLocationData* out, unsigned long listStart, unsigned long listCount,
+                              unsigned long g1, unsigned long g2, unsigned long g3,
+                              unsigned long g4) {
     return CSearchBaseDataProc::GetList(out, m_dwFirstID, m_dwCountWord, listStart, listCount, g1,
                                         g2, g3, g4);
 }

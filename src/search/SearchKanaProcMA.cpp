@@ -23,8 +23,8 @@ uint32_t Code6(uint32_t packed, int level) {
     return c == 63 ? 255 : c;  // 63 is stored for "none"
 }
 
-bool PassesOffsetEntry(const unsigned char* e, unsigned long g1, unsigned long g2,
-                       unsigned long g3, unsigned long g4) {
+bool PassesOffsetEntry(const unsigned char* e, unsigned long g1, unsigned long g2, unsigned long g3,
+                       unsigned long g4) {
     const uint32_t packed = bytes::ReadU24LE(e + 4);
     return genre::Matches(Code6(packed, 0), Code6(packed, 1), Code6(packed, 2), Code6(packed, 3),
                           g1, g2, g3, g4);
@@ -38,7 +38,9 @@ bool PassesPositionEntry(const unsigned char* e, unsigned long g1, unsigned long
     return genre::Matches(e[4], e[5], e[6], kAny, g1, g2, g3, kAny);
 }
 
-bool SjisLead(unsigned char b) { return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC); }
+bool SjisLead(unsigned char b) {
+    return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
+}
 
 // True when `text` occurs, starting on a character boundary, in one of the NUL-separated
 // strings of the text area.
@@ -87,8 +89,7 @@ unsigned long CSearchKanaProcMA::SearchProc(unsigned long* count, unsigned char*
     return CSearchKanaProc::SearchProc(count, reading);
 }
 
-long CSearchKanaProcMA::ReadRun(const char* format, unsigned long entrySize,
-                                unsigned char** out) {
+long CSearchKanaProcMA::ReadRun(const char* format, unsigned long entrySize, unsigned char** out) {
     if (!OpenKanaFile(format, m_byFirst)) return -1;
     if (GetPackFileSize() < kHeaderSize + entrySize) {
         ClosePackFolder();
@@ -191,14 +192,14 @@ unsigned long CSearchKanaProcMA::GetRefinedSortTotal(unsigned long g1, unsigned 
 void CSearchKanaProcMA::DistanceSortList(unsigned long keep, int lat, int lon) {
     if (m_pSortList == nullptr || m_dwListCount == 0) return;
     // The count may be the id list's; never look past the sortable list itself.
-    unsigned long n = m_dwListCount < m_dwSortListSize ? m_dwListCount : m_dwSortListSize;
-    if (n > keep) {
+    const unsigned long held = m_dwListCount < m_dwSortListSize ? m_dwListCount : m_dwSortListSize;
+    if (m_dwListCount > keep) {
         // Deliberate: the cut keeps the first matches in reading order, before any distance
         // is known, so only they take part in the sort.
-        for (unsigned long i = keep; i < n; ++i) m_pSortList[i] = CPOIIndexData{kNone, 0, 0, 0};
+        for (unsigned long i = keep; i < held; ++i) m_pSortList[i] = CPOIIndexData{kNone, 0, 0, 0};
         m_dwListCount = static_cast<uint32_t>(keep);
-        n = keep;
     }
+    const unsigned long n = m_dwListCount < held ? m_dwListCount : held;
     if (n == 0) return;
     for (unsigned long i = 0; i < n && m_pSortList[i].dwID != kNone; ++i) {
         unsigned long dist = 0;
@@ -277,8 +278,7 @@ bool CSearchKanaProcMA::GetList(CLocationData* out, unsigned long start, unsigne
     return ListRecords(out, start, count, false);
 }
 
-bool CSearchKanaProcMA::GetSortList(CLocationData* out, unsigned long start,
-                                    unsigned long count) {
+bool CSearchKanaProcMA::GetSortList(CLocationData* out, unsigned long start, unsigned long count) {
     return ListRecords(out, start, count, true);
 }
 

@@ -13,8 +13,8 @@
 
 // Element of the sortable list.
 struct SP_EXPORT CPOIIndexData {
-    uint32_t dwID;        // POI id, 0x7fffffff = empty
-    uint32_t lLat;        // milliseconds of arc
+    uint32_t dwID;  // POI id, 0x7fffffff = empty
+    uint32_t lLat;  // milliseconds of arc
     uint32_t lLon;
     uint32_t dwDistance;  // ordering key from DistanceSortList
 };
@@ -58,19 +58,18 @@ public:
     bool GetOffsetDataLatLng(int* lat, int* lon, unsigned long i);
     // Adds to *mask bit k for every genre code k of the next level that has entries in the
     // run under the given levels (255 = not chosen).
-    bool IsGenreEnabled(unsigned long* mask, unsigned long g1, unsigned long g2,
-                        unsigned long g3);
+    bool IsGenreEnabled(unsigned long* mask, unsigned long g1, unsigned long g2, unsigned long g3);
     // Quicksort of list[lo..hi] by distance, then id.
     void SortDistanceSub(CPOIIndexData* list, long lo, long hi);
 
 protected:
     CDistanceProc m_Distance;
-    uint32_t m_dwListCount;         // entries of the list built last (shared by both lists)
-    uint32_t* m_pIdList;            // from GetRefinedTotal
-    uint32_t m_dwIdListSize;        // its allocated entries
-    CPOIIndexData* m_pSortList;     // from GetRefinedSortTotal
-    uint32_t m_dwSortListSize;      // its allocated entries
-    unsigned char m_byFirst;        // first byte of the last reading
+    uint32_t m_dwListCount;      // entries of the list built last (shared by both lists)
+    uint32_t* m_pIdList;         // from GetRefinedTotal
+    uint32_t m_dwIdListSize;     // its allocated entries
+    CPOIIndexData* m_pSortList;  // from GetRefinedSortTotal
+    uint32_t m_dwSortListSize;   // its allocated entries
+    unsigned char m_byFirst;     // first byte of the last reading
 
 private:
     // Opens the offset file (`format`) of the remembered first byte and reads the run's

@@ -27,7 +27,9 @@ constexpr unsigned long kPois = 60;
 const char* const kDigits[] = {"ア", "イ", "ウ", "エ", "オ"};
 
 // Level 5 of POI i; the exact key of POI i is (1 + i % 2, i % 3, i % 4, i % 5, Level5(i)).
-uint32_t Level5(unsigned long i) { return static_cast<uint32_t>(i % 7 == 0 ? 200 : i % 2); }
+uint32_t Level5(unsigned long i) {
+    return static_cast<uint32_t>(i % 7 == 0 ? 200 : i % 2);
+}
 
 Key ExactKey(unsigned long i) {
     return {{static_cast<uint32_t>(1 + i % 2), static_cast<uint32_t>(i % 3),
@@ -130,8 +132,8 @@ TEST_F(GenreTest, FindsEveryRunWithItsCountAndRecords) {
     }
     CSearchGenreProc search;
     for (const auto& [key, unused] : keys) {
-        SCOPED_TRACE(testing::Message() << key[0] << "," << key[1] << "," << key[2] << ","
-                                        << key[3] << "," << key[4]);
+        SCOPED_TRACE(testing::Message()
+                     << key[0] << "," << key[1] << "," << key[2] << "," << key[3] << "," << key[4]);
         const std::vector<unsigned long> run = Run(key);
         unsigned long count = 12345;
         ASSERT_EQ(1u, search.SearchProc(&count, key[0], key[1], key[2], key[3], key[4]));
@@ -164,8 +166,8 @@ TEST_F(GenreTest, WildcardRulesOfTheLevels) {
         SCOPED_TRACE(c.what);
         CSearchGenreProc search;
         unsigned long count = 0;
-        EXPECT_EQ(c.found, search.SearchProc(&count, c.key[0], c.key[1], c.key[2], c.key[3],
-                                             c.key[4]));
+        EXPECT_EQ(c.found,
+                  search.SearchProc(&count, c.key[0], c.key[1], c.key[2], c.key[3], c.key[4]));
         EXPECT_EQ(c.found ? Run(c.key).size() : 0u, count);
     }
     // The effective level 5 reaches the records even where the host asked for another.
@@ -289,7 +291,7 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
     truncatedEntry.resize(16 + 11);
     mapdb::ByteWriter badIds;
     badIds.Zeros(16);
-    badIds.U32(0x01000005);    // file number 1: not a base file
+    badIds.U32(0x01000005);  // file number 1: not a base file
     badIds.U32((*ids_)[0]);
 
     struct Case {
@@ -308,17 +310,35 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
         return w.Take();
     };
     const std::vector<Case> cases = {
-        {"index of exactly the header", {{"G001.idx", mapdb::Bytes(16)}, {"G001.ofs", ofs3}}, 0, 0,
+        {"index of exactly the header",
+         {{"G001.idx", mapdb::Bytes(16)}, {"G001.ofs", ofs3}},
+         0,
+         0,
          {kNone, kNone, kNone}},
-        {"index entry cut short", {{"G001.idx", truncatedEntry}, {"G001.ofs", ofs3}}, 0, 0,
+        {"index entry cut short",
+         {{"G001.idx", truncatedEntry}, {"G001.ofs", ofs3}},
+         0,
+         0,
          {kNone, kNone, kNone}},
-        {"offset file of 19 bytes", {{"G001.idx", withRun(3)}, {"G001.ofs", mapdb::Bytes(19)}}, 1,
-         0, {55, 55, 55}},
-        {"offset file ends inside the second id", {{"G001.idx", withRun(3)}, {"G001.ofs", ofsCut}},
-         1, 1, {(*ids_)[0], 55, 55}},
-        {"run longer than the offset file", {{"G001.idx", withRun(1000)}, {"G001.ofs", ofs3}}, 1, 1,
+        {"offset file of 19 bytes",
+         {{"G001.idx", withRun(3)}, {"G001.ofs", mapdb::Bytes(19)}},
+         1,
+         0,
+         {55, 55, 55}},
+        {"offset file ends inside the second id",
+         {{"G001.idx", withRun(3)}, {"G001.ofs", ofsCut}},
+         1,
+         1,
+         {(*ids_)[0], 55, 55}},
+        {"run longer than the offset file",
+         {{"G001.idx", withRun(1000)}, {"G001.ofs", ofs3}},
+         1,
+         1,
          {(*ids_)[0], (*ids_)[1], (*ids_)[2]}},
-        {"id outside the base data", {{"G001.idx", withRun(2)}, {"G001.ofs", badIds.Take()}}, 1, 0,
+        {"id outside the base data",
+         {{"G001.idx", withRun(2)}, {"G001.ofs", badIds.Take()}},
+         1,
+         0,
          {0x01000005, (*ids_)[0], kNone}},
         {"no offset file", {{"G001.idx", withRun(2)}}, 1, 0, {55, 55, 55}},
     };
@@ -360,8 +380,11 @@ TEST_F(GenreTest, FallsBackToTheSdCopyOnlyWithTheDatabaseEnabled) {
 
 TEST(GenreWriterTest, RefusesLevelsItCannotStore) {
     mapdb::TempDir dir;
-    const Key bad[] = {{{63, 0, 0, 0, 0}}, {{1, 70, 0, 0, 0}}, {{1, 0, 0, 255, 0}},
-                       {{1, 0, 0, 64, 0}}, {{1, 0, 0, 0, 256}}};
+    const Key bad[] = {{{63, 0, 0, 0, 0}},
+                       {{1, 70, 0, 0, 0}},
+                       {{1, 0, 0, 255, 0}},
+                       {{1, 0, 0, 64, 0}},
+                       {{1, 0, 0, 0, 256}}};
     for (const Key& k : bad) {
         EXPECT_THROW(mapdb::WriteGenre(dir.path(), {{0xB1000000, k}}), mapdb::Error);
     }

@@ -33,10 +33,14 @@ struct Poi {
 
 uint32_t Genre(unsigned long i, int level) {
     switch (level) {
-        case 0: return i % 11 == 0 ? 255 : static_cast<uint32_t>(i % 3);
-        case 1: return i % 13 == 0 ? 255 : static_cast<uint32_t>(i % 4);
-        case 2: return static_cast<uint32_t>((i / 2) % 3);
-        default: return i % 2 ? 255 : static_cast<uint32_t>(i % 5);
+        case 0:
+            return i % 11 == 0 ? 255 : static_cast<uint32_t>(i % 3);
+        case 1:
+            return i % 13 == 0 ? 255 : static_cast<uint32_t>(i % 4);
+        case 2:
+            return static_cast<uint32_t>((i / 2) % 3);
+        default:
+            return i % 2 ? 255 : static_cast<uint32_t>(i % 5);
     }
 }
 
@@ -51,9 +55,9 @@ protected:
             std::string reading = i % 3 == 0 ? "カ" : "ア";
             reading += kSyllables[(i * 7) % 5];
             if (i % 4) reading += kSyllables[(i * 3) % 5];
-            mapdb::PoiSource p = testsupport::MakePoi(i % 2 ? "駅前店" : "本店", reading,
-                                                      Genre(i, 0), Genre(i, 1), Genre(i, 2),
-                                                      Genre(i, 3));
+            mapdb::PoiSource p =
+                testsupport::MakePoi(i % 2 ? "駅前店" : "本店", reading, Genre(i, 0), Genre(i, 1),
+                                     Genre(i, 2), Genre(i, 3));
             p.texts.push_back(i % 5 == 0 ? "東京" : "横浜");
             // A small grid: several POIs share a position, hence a distance.
             p.lonMs = kTokyoLon + static_cast<uint32_t>(i % 7) * 10000;
@@ -136,11 +140,10 @@ TEST_F(KanaMATest, TotalsUnderEveryFilterShape) {
                 auto level = [&](int k) { return f.g[k] == kAny || c[k] == f.g[k]; };
                 // The first wildcard ends the comparison.
                 bool ok = level(0) && (f.g[1] == kAny ||
-                                       (level(1) && (f.g[2] == kAny ||
-                                                     (level(2) && level(3)))));
+                                       (level(1) && (f.g[2] == kAny || (level(2) && level(3)))));
                 if (ok) byGenre.push_back(p);
-                bool sortOk = f.g[0] == kAny ||
-                              (level(0) && (f.g[1] == kAny || (level(1) && level(2))));
+                bool sortOk =
+                    f.g[0] == kAny || (level(0) && (f.g[1] == kAny || (level(1) && level(2))));
                 if (sortOk) sortable.push_back(p);
             }
             EXPECT_EQ(byGenre.size(), search.GetRefinedTotal(f.g[0], f.g[1], f.g[2], f.g[3]));
@@ -198,10 +201,12 @@ TEST_F(KanaMATest, DistanceSortCutsInFileOrderAndBreaksTiesById) {
         EXPECT_TRUE(search.GetSortList(out.data(), 0, out.size()));
         EXPECT_EQ(ids, Listed(out));
         int la = 0, lo = 0;
-        EXPECT_FALSE(search.GetOffsetDataLatLng(&la, &lo, std::min<unsigned long>(keep, run.size())));
+        EXPECT_FALSE(
+            search.GetOffsetDataLatLng(&la, &lo, std::min<unsigned long>(keep, run.size())));
         // Ties exist, so the id order within them is really checked.
         bool tie = false;
-        for (size_t i = 1; i < expected.size(); ++i) tie |= expected[i].dist == expected[i - 1].dist;
+        for (size_t i = 1; i < expected.size(); ++i)
+            tie |= expected[i].dist == expected[i - 1].dist;
         if (keep == 1000) {
             EXPECT_TRUE(tie);
         }
@@ -221,13 +226,18 @@ TEST_F(KanaMATest, ListsShareOneCount) {
     EXPECT_EQ(std::vector<unsigned long>(all.begin(), all.begin() + fewer), Listed(out));
     // A larger id list than the sortable one: the sortable list ends at its own size.
     Search(&search, "\xB1");
-    search.GetRefinedSortTotal(1, kAny, kAny);
+    const unsigned long small = search.GetRefinedSortTotal(1, kAny, kAny);
     const unsigned long more = search.GetRefinedTotal(kAny, kAny, kAny, kAny);
+    ASSERT_LT(small + 1, more);
     std::vector<unsigned long> ids(more, 0x7fffffff);
     EXPECT_TRUE(search.LoadOffset2(ids.data(), 0, more));
-    search.DistanceSortList(more, 0, 0);
-    std::vector<CLocationData> rest(3);
-    EXPECT_TRUE(search.GetSortList(rest.data(), more - 1, 3));
+    EXPECT_EQ(0x7fffffffu, ids[small]);
+    // The cut applies to the shared count, which the id list then shows.
+    search.DistanceSortList(small + 1, 0, 0);
+    std::vector<CLocationData> rest(more);
+    EXPECT_TRUE(search.GetList(rest.data(), 0, more));
+    EXPECT_EQ(std::vector<unsigned long>(all.begin(), all.begin() + small + 1), Listed(rest));
+    EXPECT_TRUE(search.GetSortList(rest.data(), small, 3));
     EXPECT_EQ(0u, rest[0].dwID);
 }
 
@@ -339,8 +349,14 @@ TEST_F(KanaMATest, MissingAndDamagedOffsetFiles) {
     const std::vector<Case> cases = {
         {"no offset files", {}, 0, 0, false},
         {"offset files of one entry less a byte",
-         {{"K177.ofs", mapdb::Bytes(23)}, {"K2177.ofs", mapdb::Bytes(28)}}, 0, 0, false},
-        {"runs past the files", {{"K177.ofs", three.bytes()}, {"K2177.ofs", three2.bytes()}}, 3, 3,
+         {{"K177.ofs", mapdb::Bytes(23)}, {"K2177.ofs", mapdb::Bytes(28)}},
+         0,
+         0,
+         false},
+        {"runs past the files",
+         {{"K177.ofs", three.bytes()}, {"K2177.ofs", three2.bytes()}},
+         3,
+         3,
          true},
         {"last entry cut", {{"K177.ofs", shortOfs}, {"K2177.ofs", three2.bytes()}}, 2, 3, true},
     };

@@ -24,9 +24,9 @@ constexpr unsigned long kAny = 255;
 
 // Readings that share prefixes, with voiced, semi-voiced and prolonged sounds.
 const char* const kReadings[] = {
-    "カ",     "カキ",   "かき",     "カギ",   "カキクケ", "カク",     "カクテル", "カーテン",
-    "かーど", "キ",     "キツネ",   "パン",   "ハンバーガー", "ハナ", "ヲ",       "アイ",
-    "アイス", "アオ",   "アー",     "ンー",   "カキクケコサ", "タ",   "ダイ",     "ポ",
+    "カ",     "カキ", "かき",   "カギ", "カキクケ",     "カク", "カクテル", "カーテン",
+    "かーど", "キ",   "キツネ", "パン", "ハンバーガー", "ハナ", "ヲ",       "アイ",
+    "アイス", "アオ", "アー",   "ンー", "カキクケコサ", "タ",   "ダイ",     "ポ",
 };
 constexpr size_t kCount = sizeof(kReadings) / sizeof(*kReadings);
 
@@ -45,8 +45,8 @@ protected:
         tmp_ = new mapdb::TempDir;
         pois_ = new std::vector<mapdb::PoiSource>;
         for (size_t i = 0; i < kCount; ++i) {
-            pois_->push_back(testsupport::MakePoi("K" + std::to_string(i), kReadings[i],
-                                                  1 + i % 3, i % 2, 5, 7));
+            pois_->push_back(testsupport::MakePoi("K" + std::to_string(i), kReadings[i], 1 + i % 3,
+                                                  i % 2, 5, 7));
         }
         base_ = new mapdb::BaseResult(mapdb::WriteBase(tmp_->path(), *pois_));
         mapdb::WriteKana(tmp_->path(), *pois_, *base_);
@@ -86,7 +86,8 @@ protected:
             if (!startsWith(r, m.path)) continue;
             m.ids.push_back(base_->ids[i]);
             if (r == m.path) m.complete = true;
-            if (r.size() > m.path.size()) m.next.insert(static_cast<unsigned char>(r[m.path.size()]));
+            if (r.size() > m.path.size())
+                m.next.insert(static_cast<unsigned char>(r[m.path.size()]));
         }
         std::sort(m.ids.begin(), m.ids.end());
         return m;
@@ -108,17 +109,17 @@ mapdb::BaseResult* KanaTest::base_ = nullptr;
 TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
     // Half-width, as a keyboard types them.
     const char* const typed[] = {
-        "\xB6\xB7\xB8\xB9\xBA\xBB",      // ｶｷｸｹｺｻ: down one branch to its end
-        "\xB6\xDE\xB7\xDE",              // ｶﾞｷﾞ: voiced marks are dropped
-        "\xCA\xDF\xDD",                  // ﾊﾟﾝ
-        "\xB6-\xC3\xDD",                 // ｶ-ﾃﾝ: the hyphen is the prolonged sound
-        "\xB6\xC7\xB7",                  // ｶﾇｷ: ﾇ never follows ｶ and is skipped
+        "\xB6\xB7\xB8\xB9\xBA\xBB",              // ｶｷｸｹｺｻ: down one branch to its end
+        "\xB6\xDE\xB7\xDE",                      // ｶﾞｷﾞ: voiced marks are dropped
+        "\xCA\xDF\xDD",                          // ﾊﾟﾝ
+        "\xB6-\xC3\xDD",                         // ｶ-ﾃﾝ: the hyphen is the prolonged sound
+        "\xB6\xC7\xB7",                          // ｶﾇｷ: ﾇ never follows ｶ and is skipped
         "\xB6\xB7\xB8\xB9\xBA\xBB\xBC\xBD\xBE",  // longer than any reading
-        "\xB1\xB2\xBD\xB6",              // ｱｲｽｶ
-        "\xA6",                          // ｦ
-        "\xDD\xB0",                      // ﾝｰ
-        "\xC0\xDE\xB2",                  // ﾀﾞｲ
-        "\xCE\xDF\xB1",                  // ﾎﾟｱ
+        "\xB1\xB2\xBD\xB6",                      // ｱｲｽｶ
+        "\xA6",                                  // ｦ
+        "\xDD\xB0",                              // ﾝｰ
+        "\xC0\xDE\xB2",                          // ﾀﾞｲ
+        "\xCE\xDF\xB1",                          // ﾎﾟｱ
     };
     CSearchKanaProc search;
     for (const char* t : typed) {
@@ -133,8 +134,8 @@ TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
             ASSERT_EQ(m.complete ? 2u : 3u, search.SearchProc(&count, reading.data()));
             EXPECT_EQ(m.ids.size(), count);
             const unsigned char last = static_cast<unsigned char>(prefix.back());
-            const bool voiced = last == 0xB3 || (last >= 0xB6 && last <= 0xC4) ||
-                                (last >= 0xCA && last <= 0xCE);
+            const bool voiced =
+                last == 0xB3 || (last >= 0xB6 && last <= 0xC4) || (last >= 0xCA && last <= 0xCE);
             const bool semiVoiced = last >= 0xCA && last <= 0xCE;
             for (unsigned long k = 0; k < 47; ++k) {
                 const bool expected =
@@ -256,11 +257,18 @@ TEST_F(KanaTest, ResultCodesAndDamagedTrees) {
         {"child link past the file", Tree({{0xB6, 40, 3, first, 4}}), "\xB6\xB7", 3, 4, {}},
         {"children cut after the first byte of the second", cutChild, "\xB6", 3, 9, {6, 7}},
         {"matched child cut short: no keys", cutNode, "\xB6\xB7\xB9", 2, 5, {}},
-        {"cycle back to the root", Tree({{0xB6, 0, 1, first, 3}}),
-         "\xB6\xB6\xB6\xB6\xB6\xB6\xB6\xB6", 3, 3, {5}},
+        {"cycle back to the root",
+         Tree({{0xB6, 0, 1, first, 3}}),
+         "\xB6\xB6\xB6\xB6\xB6\xB6\xB6\xB6",
+         3,
+         3,
+         {5}},
         {"several matching children: the last wins",
          Tree({{0xB6, 1, 2, first, 3}, {0xB7, kLeaf, 0, first, 1}, {0xB7, kLeaf, 0, first + 1, 2}}),
-         "\xB6\xB7", 3, 2, {}},
+         "\xB6\xB7",
+         3,
+         2,
+         {}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
