@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -59,8 +60,8 @@ using Key = std::array<uint32_t, 5>;
 struct Fixture {
     mapdb::TempDir dir;
     benchdb::Db db;
-    // Searched round robin: [0] narrow keys (exact, a few dozen POIs spread over the whole
-    // reading range), [1] broad keys (all of levels 2 and 3, thousands of POIs).
+    // Searched round robin: [0] narrow keys (exact keys, a few dozen POIs spread over the
+    // whole reading range), [1] broad keys (all of levels 2 and 3, thousands of POIs).
     std::vector<Key> keys[2];
     Fixture() : db(benchdb::BuildBase(dir.path(), g_options)) {
         std::vector<mapdb::GenrePoi> entries;
@@ -79,13 +80,15 @@ struct Fixture {
         }
         mapdb::WriteGenre(dir.path(), entries);
         CCommonProc::SetPath(dir.path().c_str());
-        for (const auto& [k, n] : sizes) {
-            if (n < 20) continue;
-            if (k[1] == 255) {
-                keys[1].push_back(k);
-            } else if (k[4] != 255) {
-                keys[0].push_back(k);
-            }
+        // The largest runs of each kind, so that pages are full on small databases too.
+        std::vector<std::pair<size_t, Key>> bySize;
+        for (const auto& [k, n] : sizes) bySize.push_back({n, k});
+        std::sort(bySize.begin(), bySize.end(), [](const auto& a, const auto& b) {
+            return a.first > b.first || (a.first == b.first && a.second < b.second);
+        });
+        for (const auto& [n, k] : bySize) {
+            const size_t kind = k[1] == 255 ? 1 : k[4] != 255 ? 0 : 2;
+            if (kind < 2 && keys[kind].size() < 64) keys[kind].push_back(k);
         }
     }
 };
@@ -136,9 +139,5 @@ BENCHMARK(BM_SearchOnly);
 }  // namespace
 
 int main(int argc, char** argv) {
-    g_options = benchdb::ParseOptions(&argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return benchdb::RunMain(argc, argv, &g_options);
 }

@@ -93,10 +93,4 @@ BENCHMARK(BM_RefinedTotalAndPage)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    g_options = benchdb::ParseOptions(&argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return benchdb::RunMain(argc, argv, &g_options); }
