@@ -1,6 +1,6 @@
 // Genre search on a generated Japan-scale database: a search followed by its first page of
 // 20 records. Counts read calls per operation and the share of time spent decoding base-data
-// containers (pread and the block decoder are intercepted in this program).
+// containers (the counting pread of bench/common, and the block decoder intercepted here).
 // Run: build/bench/genre_bench [--pois=N] [benchmark flags]
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
@@ -17,10 +17,10 @@
 #include "SearchProc.h"
 #include "TempDir.h"
 #include "common/JapanDb.h"
+#include "common/ReadCounter.h"
 
 namespace {
 
-std::atomic<unsigned long> g_reads{0};
 std::atomic<long long> g_decodeNs{0};
 
 long long NowNs() {
@@ -30,14 +30,6 @@ long long NowNs() {
 }
 
 }  // namespace
-
-// Every read of the library is a pread; counting them here counts them all.
-extern "C" ssize_t pread(int fd, void* buf, size_t n, off_t offset) {
-    using Fn = ssize_t (*)(int, void*, size_t, off_t);
-    static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "pread"));
-    g_reads.fetch_add(1, std::memory_order_relaxed);
-    return real(fd, buf, n, offset);
-}
 
 // The block decoder, timed: this definition takes the place of the library's exported one
 // (the library calls it through its symbol table) and forwards to it.
@@ -104,7 +96,7 @@ void BM_SearchAndFirstPage(benchmark::State& state) {
     CSearchGenreProc search;
     CLocationData out[20];
     size_t k = 0;
-    const unsigned long reads = g_reads.load();
+    const unsigned long reads = benchdb::ReadCount();
     const long long decode = g_decodeNs.load();
     const long long start = NowNs();
     for (auto _ : state) {
@@ -114,7 +106,7 @@ void BM_SearchAndFirstPage(benchmark::State& state) {
         benchmark::DoNotOptimize(search.GetList(out, 0, 20));
     }
     const double total = static_cast<double>(NowNs() - start);
-    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(g_reads.load() - reads),
+    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(benchdb::ReadCount() - reads),
                                                     benchmark::Counter::kAvgIterations);
     state.counters["decode_share"] = static_cast<double>(g_decodeNs.load() - decode) / total;
 }
@@ -125,13 +117,13 @@ void BM_SearchOnly(benchmark::State& state) {
     const std::vector<Key>& keys = f.keys[0];
     CSearchGenreProc search;
     size_t k = 0;
-    const unsigned long reads = g_reads.load();
+    const unsigned long reads = benchdb::ReadCount();
     for (auto _ : state) {
         const Key& key = keys[k++ % keys.size()];
         unsigned long count = 0;
         benchmark::DoNotOptimize(search.SearchProc(&count, key[0], key[1], key[2], key[3], key[4]));
     }
-    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(g_reads.load() - reads),
+    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(benchdb::ReadCount() - reads),
                                                     benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(BM_SearchOnly);

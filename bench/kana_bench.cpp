@@ -1,12 +1,9 @@
 // Kana reading search on a generated Japan-scale database: one keystroke (SearchProc) for
 // readings of 1 to 6 characters, and a genre total with its first page of 20 from the
-// offset files. Counts read calls per operation (pread is intercepted in this program).
+// offset files. Counts read calls per operation (through the counting pread of bench/common).
 // Run: build/bench/kana_bench [--pois=N] [benchmark flags]
 #include <benchmark/benchmark.h>
-#include <dlfcn.h>
-#include <unistd.h>
 
-#include <atomic>
 #include <string>
 #include <vector>
 
@@ -14,20 +11,7 @@
 #include "SearchProc.h"
 #include "TempDir.h"
 #include "common/JapanDb.h"
-
-namespace {
-
-std::atomic<unsigned long> g_reads{0};
-
-}  // namespace
-
-// Every read of the library is a pread; counting them here counts them all.
-extern "C" ssize_t pread(int fd, void* buf, size_t n, off_t offset) {
-    using Fn = ssize_t (*)(int, void*, size_t, off_t);
-    static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "pread"));
-    g_reads.fetch_add(1, std::memory_order_relaxed);
-    return real(fd, buf, n, offset);
-}
+#include "common/ReadCounter.h"
 
 namespace {
 
@@ -59,14 +43,14 @@ void BM_Keystroke(benchmark::State& state) {
     const auto& readings = f.prefixes[static_cast<size_t>(state.range(0))];
     CSearchKanaProc search;
     size_t k = 0;
-    const unsigned long before = g_reads.load();
+    const unsigned long before = benchdb::ReadCount();
     for (auto _ : state) {
         const std::string& r = readings[k++ % readings.size()];
         unsigned long count = 0;
         benchmark::DoNotOptimize(search.SearchProc(
             &count, reinterpret_cast<unsigned char*>(const_cast<char*>(r.c_str()))));
     }
-    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(g_reads.load() - before),
+    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(benchdb::ReadCount() - before),
                                                     benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(BM_Keystroke)->DenseRange(1, 6);
@@ -78,7 +62,7 @@ void BM_RefinedTotalAndPage(benchmark::State& state) {
     CSearchKanaProcMA search;
     CLocationData out[20];
     size_t k = 0;
-    const unsigned long before = g_reads.load();
+    const unsigned long before = benchdb::ReadCount();
     for (auto _ : state) {
         const std::string& r = readings[k++ % readings.size()];
         unsigned long count = 0;
@@ -86,7 +70,7 @@ void BM_RefinedTotalAndPage(benchmark::State& state) {
         benchmark::DoNotOptimize(search.GetRefinedTotal(255, 255, 255, 255));
         benchmark::DoNotOptimize(search.GetList(out, 0, 20));
     }
-    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(g_reads.load() - before),
+    state.counters["reads/op"] = benchmark::Counter(static_cast<double>(benchdb::ReadCount() - before),
                                                     benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(BM_RefinedTotalAndPage)->Unit(benchmark::kMicrosecond);

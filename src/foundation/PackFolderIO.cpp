@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -114,15 +116,36 @@ unsigned long CPackFolderIO::GetPackFileSize() {
     return static_cast<unsigned long>(m_lPackSize);
 }
 
+bool CPackFolderIO::ClipRead(unsigned long offset, unsigned long* size, unsigned long* at) const {
+    if (m_iDatFile == 0 || m_iIdxFile == 0) return false;
+    if (m_lPackSize < 0 || offset >= static_cast<unsigned long>(m_lPackSize)) return false;
+    unsigned long rest = static_cast<unsigned long>(m_lPackSize) - offset;
+    if (*size == 0 || *size > rest) *size = rest;
+    // A negative offset from a damaged index wraps to a huge position, which reads refuse.
+    *at = static_cast<unsigned long>(static_cast<long>(m_lPackOffset)) + offset;
+    return true;
+}
+
 unsigned long CPackFolderIO::LoadPackFile(unsigned char** out, unsigned long offset,
                                           unsigned long size) {
-    if (m_iDatFile == 0 || m_iIdxFile == 0) return 0;
-    if (m_lPackSize < 0 || offset >= static_cast<unsigned long>(m_lPackSize)) return 0;
-    unsigned long rest = static_cast<unsigned long>(m_lPackSize) - offset;
-    if (size == 0 || size > rest) size = rest;
-    // A negative offset from a damaged index wraps to a huge position, which LoadFile refuses.
-    unsigned long at = static_cast<unsigned long>(static_cast<long>(m_lPackOffset)) + offset;
+    unsigned long at;
+    if (!ClipRead(offset, &size, &at)) return 0;
     return LoadFile(&m_iDatFile, out, at, size);
+}
+
+unsigned long CPackFolderIO::ReadPackFile(unsigned char* dst, unsigned long offset,
+                                          unsigned long size) {
+    unsigned long at;
+    if (dst == nullptr || !ClipRead(offset, &size, &at)) return 0;
+    if (at > static_cast<unsigned long>(INT64_MAX)) return 0;
+    unsigned long done = 0;
+    while (done < size) {
+        ssize_t n = pread(m_iDatFile, dst + done, size - done, static_cast<off_t>(at + done));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) break;
+        done += static_cast<unsigned long>(n);
+    }
+    return done;
 }
 
 unsigned long CPackFolderIO::LoadPackFile(char* name, unsigned char** out, unsigned long offset,

@@ -29,10 +29,18 @@ public:
     unsigned long ClosePackFolder();
 
 protected:
-    int m_iDatFile;             // ".DAT" descriptor, 0 when not open
-    int m_iIdxFile;             // ".IDX" descriptor, 0 when not open
-    uint32_t m_dwEntryCount;    // index entries
-    char m_szPackName[13];      // name of the selected (or last compared) entry
-    int32_t m_lPackOffset;      // selected file's offset, -1 when none
-    int32_t m_lPackSize;        // selected file's size, -1 when none
+    // As LoadPackFile, but into the caller's buffer of at least `size` bytes (the whole rest
+    // of the file when size is 0): no allocation per read. Returns the bytes read.
+    unsigned long ReadPackFile(unsigned char* dst, unsigned long offset, unsigned long size);
+
+    int m_iDatFile;           // ".DAT" descriptor, 0 when not open
+    int m_iIdxFile;           // ".IDX" descriptor, 0 when not open
+    uint32_t m_dwEntryCount;  // index entries
+    char m_szPackName[13];    // name of the selected (or last compared) entry
+    int32_t m_lPackOffset;    // selected file's offset, -1 when none
+    int32_t m_lPackSize;      // selected file's size, -1 when none
+
+private:
+    // Clips a read of the selected file to its end: the position in the .DAT and the size.
+    SP_LOCAL bool ClipRead(unsigned long offset, unsigned long* size, unsigned long* at) const;
 };

@@ -35,17 +35,6 @@ int CompareKey(const unsigned long key[5], const unsigned char* entry) {
     return 0;
 }
 
-// Reads up to `size` bytes at `offset` of the selected packed file into dst; the bytes read.
-unsigned long ReadPacked(CPackFolderIO* pack, unsigned char* dst, unsigned long offset,
-                         unsigned long size) {
-    unsigned char* buf = nullptr;
-    unsigned long got = pack->LoadPackFile(&buf, offset, size);
-    if (got > size) got = 0;  // a failed read reports -1
-    if (got != 0) memcpy(dst, buf, got);
-    delete[] buf;
-    return got;
-}
-
 }  // namespace
 
 CSearchGenreProc::CSearchGenreProc()
@@ -105,7 +94,7 @@ unsigned long CSearchGenreProc::LoadIndex(unsigned long* runStart, unsigned long
     unsigned char entry[kIndexEntry];
     unsigned long result = 0;
     for (;;) {
-        if (ReadPacked(this, entry, kHeaderSize + kIndexEntry * mid, kIndexEntry) != kIndexEntry) {
+        if (ReadPackFile(entry, kHeaderSize + kIndexEntry * mid, kIndexEntry) != kIndexEntry) {
             break;
         }
         const int cmp = CompareKey(key, entry);
@@ -147,7 +136,7 @@ unsigned long CSearchGenreProc::LoadOffset(unsigned long* ids, unsigned long key
     while (i < inRun && !shortRead) {
         const unsigned long want = inRun - i < kIdsPerRead ? inRun - i : kIdsPerRead;
         const unsigned long at = kHeaderSize + kIdSize * (runStart + start + i);
-        const unsigned long got = ReadPacked(this, window, at, want * kIdSize) / kIdSize;
+        const unsigned long got = ReadPackFile(window, at, want * kIdSize) / kIdSize;
         for (unsigned long k = 0; k < got; ++k) ids[i + k] = bytes::ReadU32LE(window + k * kIdSize);
         i += got;
         shortRead = got < want;

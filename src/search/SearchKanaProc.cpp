@@ -63,19 +63,6 @@ bool CSearchKanaProc::OpenKanaFile(const char* format, unsigned long first) {
     return true;
 }
 
-unsigned long CSearchKanaProc::ReadPacked(unsigned char* dst, unsigned long offset,
-                                          unsigned long size) {
-    // The clipping of LoadPackFile, read straight into the caller's buffer.
-    if (m_iDatFile == 0 || m_iIdxFile == 0 || m_lPackSize < 0 || m_lPackOffset < 0) return 0;
-    const unsigned long packSize = static_cast<unsigned long>(m_lPackSize);
-    if (offset >= packSize) return 0;
-    if (size == 0 || size > packSize - offset) size = packSize - offset;
-    const ssize_t got =
-        pread(m_iDatFile, dst, size,
-              static_cast<off_t>(static_cast<unsigned long>(m_lPackOffset) + offset));
-    return got > 0 ? static_cast<unsigned long>(got) : 0;
-}
-
 unsigned long CSearchKanaProc::SearchProc(unsigned long* count, unsigned char* reading) {
     m_blCancel = false;
     FlushBuf();
@@ -126,7 +113,7 @@ bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId, unsigne
     unsigned char entry[kNodeSize];
     unsigned char children[255 * kNodeSize];
     for (unsigned long level = 1; level <= n; ++level) {
-        if (ReadPacked(entry, kHeaderSize + kNodeSize * node, kNodeSize) != kNodeSize) break;
+        if (ReadPackFile(entry, kHeaderSize + kNodeSize * node, kNodeSize) != kNodeSize) break;
         *firstId = bytes::ReadU32LE(entry + 6);
         *countWord = bytes::ReadU16LE(entry + 10);
         const uint32_t firstChild = bytes::ReadU32LE(entry + 1);
@@ -135,8 +122,8 @@ bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId, unsigne
         // All children in one read; child j counts as read when its character byte came back.
         const unsigned long got = childCount == 0
                                       ? 0
-                                      : ReadPacked(children, kHeaderSize + kNodeSize * firstChild,
-                                                   kNodeSize * childCount);
+                                      : ReadPackFile(children, kHeaderSize + kNodeSize * firstChild,
+                                                     kNodeSize * childCount);
         unsigned long next = node;
         bool shortRead = false;
         for (unsigned long j = 0; j < childCount; ++j) {

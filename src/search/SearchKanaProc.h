@@ -39,9 +39,6 @@ protected:
     // Opens "KANAMA" (fails with the database disabled; database, then SD) and selects the
     // packed file made from `format` and the first character; nothing stays open on failure.
     SP_LOCAL bool OpenKanaFile(const char* format, unsigned long first);
-    // Reads up to `size` bytes at `offset` of the selected packed file into dst; the bytes
-    // read (0 past the end).
-    SP_LOCAL unsigned long ReadPacked(unsigned char* dst, unsigned long offset, unsigned long size);
 
     bool m_blKeyState[49];   // 1 = the key may be pressed next
     uint32_t m_dwFirstID;    // first id of the current reading's run

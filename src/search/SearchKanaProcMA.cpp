@@ -102,7 +102,7 @@ long CSearchKanaProcMA::ReadRun(const char* format, unsigned long entrySize, uns
     *out = new (std::nothrow) unsigned char[n * entrySize + 1];
     if (*out != nullptr && n != 0) {
         // One read for the whole run; a run past the file's end gives its whole entries.
-        got = static_cast<long>(ReadPacked(*out, kHeaderSize + entrySize * first, n * entrySize) /
+        got = static_cast<long>(ReadPackFile(*out, kHeaderSize + entrySize * first, n * entrySize) /
                                 entrySize);
     }
     ClosePackFolder();

@@ -2,6 +2,7 @@
 // and the damaged-index rules.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -79,6 +80,12 @@ TEST(PackFolderIO, MatchesTwelveCharacterNamesAndUsesTheBaseName) {
     pack.ClosePackFolder();
 }
 
+// Exposes the read into a caller's buffer.
+class Reader : public CPackFolderIO {
+public:
+    using CPackFolderIO::ReadPackFile;
+};
+
 TEST(PackFolderIO, ReadsAreClippedToTheSelectedFile) {
     mapdb::TempDir tmp;
     mapdb::PackWriter w;
@@ -86,10 +93,12 @@ TEST(PackFolderIO, ReadsAreClippedToTheSelectedFile) {
     w.Add("B", {'0', '1', '2', '3', '4', '5'});
     w.Add("C", {'c'});
     w.Write(tmp.path(), "PK");
-    CPackFolderIO pack;
+    Reader pack;
     ASSERT_EQ(1u, pack.OpenPackFolder(C(tmp.path()), C("PK"), nullptr));
     unsigned long got = 99;
     EXPECT_EQ("", Read(pack, 0, 0, &got)) << "nothing selected yet";
+    unsigned char direct[16];
+    EXPECT_EQ(0u, pack.ReadPackFile(direct, 0, 0));
     EXPECT_EQ(0u, got);
     ASSERT_EQ(1u, pack.OpenPackFile(C("B")));
     struct Case {
@@ -104,6 +113,10 @@ TEST(PackFolderIO, ReadsAreClippedToTheSelectedFile) {
         SCOPED_TRACE(std::to_string(c.offset) + "," + std::to_string(c.size));
         EXPECT_EQ(c.data, Read(pack, c.offset, c.size, &got));
         EXPECT_EQ(c.result, got);
+        memset(direct, '#', sizeof(direct));
+        EXPECT_EQ(c.result, pack.ReadPackFile(direct, c.offset, c.size));
+        EXPECT_EQ(c.data, std::string(reinterpret_cast<char*>(direct), c.result));
+        EXPECT_EQ('#', direct[c.result]) << "nothing past the clipped size";
     }
     unsigned char* buf = nullptr;
     EXPECT_EQ(1u, pack.LoadPackFile(C("C"), &buf, 0, 0));
