@@ -97,8 +97,8 @@ TEST(HuffmanDecoder, SkewedTreeAndEmptyBlock) {
     // Frequencies 1 for 'a', 2 for 'b', 0 elsewhere: every zero leaf merges first (in index
     // order), so 'a' and 'b' meet the zero subtree near the root: the root's bit-1 child is 'b'.
     unsigned long freq[256] = {};
-    freq['a'] = 1;
-    freq['b'] = 2;
+    freq[static_cast<unsigned char>('a')] = 1;
+    freq[static_cast<unsigned char>('b')] = 2;
     CHuffmanProc huf;
     unsigned char src[] = {0xFF};
     unsigned char out[8] = {};
