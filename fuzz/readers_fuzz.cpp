@@ -1,0 +1,200 @@
+// Damaged data sets for every reader: a small valid database is written once; each input picks
+// a data set, damages its files (truncation, flipped bytes, appended bytes) and runs that
+// data set's searches over them. Anything but a clean return is a finding.
+// Run: build-fuzz/fuzz/readers_fuzz -max_total_time=60
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "BaseWriter.h"
+#include "ByteWriter.h"
+#include "GenreWriter.h"
+#include "KanaWriter.h"
+#include "SearchProc.h"
+#include "TempDir.h"
+#include "VicinityWriter.h"
+
+namespace {
+
+constexpr uint32_t kLon = 503161560;  // Tokyo station, milliseconds of arc
+constexpr uint32_t kLat = 128452320;
+
+struct Database {
+    mapdb::TempDir dir;
+    std::vector<uint32_t> ids;
+
+    Database() {
+        static const char* kana[] = {"ア", "イ", "ウ", "カ", "ガ", "キ", "サ", "ー", "ン"};
+        std::vector<mapdb::PoiSource> pois;
+        for (uint32_t i = 0; i < 1100; ++i) {
+            mapdb::PoiSource p;
+            p.reading = std::string(i % 2 ? "ア" : "カ") + kana[i % 9] + kana[(i / 9) % 9];
+            p.texts = {"施設" + std::to_string(i), "x"};
+            p.genre = {{i % 4, i % 3, i % 5 == 0 ? 255u : i % 5, i % 2}};
+            p.tel = 312340000 + i;
+            p.lonMs = kLon + (i % 40) * 3000;
+            p.latMs = kLat + (i / 40) * 3000;
+            p.attr = static_cast<uint8_t>(i);
+            pois.push_back(p);
+        }
+        mapdb::BaseResult base = mapdb::WriteBase(dir.path(), pois);
+        ids = base.ids;
+        std::vector<mapdb::ArrivalSource> arrivals;
+        for (size_t i = 0; i < pois.size(); i += 3) {
+            arrivals.push_back({ids[i], {{"入口", kLon, kLat, 1}, {"", kLon + 10, kLat, 2}}});
+        }
+        mapdb::WriteArrival(dir.path(), arrivals);
+        std::vector<mapdb::GenrePoi> genres;
+        for (uint32_t i = 0; i < pois.size(); ++i) {
+            genres.push_back({ids[i], {{i % 4, i % 3, i % 5, i % 2, i % 7}}});
+        }
+        mapdb::WriteGenre(dir.path(), genres);
+        mapdb::WriteKana(dir.path(), pois, base);
+        mapdb::WriteVicinity(dir.path(), mapdb::VicinityFromBase(pois, ids));
+        CCommonProc::SetPath(dir.path().c_str());
+    }
+};
+
+Database& Db() {
+    static Database db;
+    return db;
+}
+
+// Damages a file image as the input says: an optional cut, up to 16 flipped bytes, an optional
+// tail of input bytes.
+mapdb::Bytes Damage(mapdb::Bytes b, FuzzedDataProvider& in) {
+    if (in.ConsumeBool()) b.resize(in.ConsumeIntegralInRange<size_t>(0, b.size()));
+    for (int edits = in.ConsumeIntegralInRange(0, 16); edits > 0 && !b.empty(); --edits) {
+        b[in.ConsumeIntegralInRange<size_t>(0, b.size() - 1)] ^= in.ConsumeIntegral<uint8_t>();
+    }
+    if (in.ConsumeBool()) {
+        std::vector<uint8_t> tail = in.ConsumeBytes<uint8_t>(in.ConsumeIntegralInRange(0, 64));
+        b.insert(b.end(), tail.begin(), tail.end());
+    }
+    return b;
+}
+
+// Replaces the files with damaged copies for one run and puts the originals back afterwards.
+class DamagedFiles {
+public:
+    DamagedFiles(const std::vector<std::string>& rels, FuzzedDataProvider& in) {
+        for (const std::string& rel : rels) {
+            const std::string path = Db().dir / rel;
+            originals_.push_back({path, mapdb::ReadFile(path)});
+            mapdb::WriteFile(path, Damage(originals_.back().second, in));
+        }
+    }
+    ~DamagedFiles() {
+        for (const auto& [path, bytes] : originals_) mapdb::WriteFile(path, bytes);
+    }
+
+private:
+    std::vector<std::pair<std::string, mapdb::Bytes>> originals_;
+};
+
+unsigned long Id(FuzzedDataProvider& in) {
+    const auto& ids = Db().ids;
+    if (in.ConsumeBool()) return in.ConsumeIntegral<uint32_t>();
+    return ids[in.ConsumeIntegralInRange<size_t>(0, ids.size() - 1)];
+}
+
+void Base(FuzzedDataProvider& in) {
+    const char* ext[] = {"IDX", "CNT", "DAT"};
+    std::string rel = std::string("BASE/B") + (in.ConsumeBool() ? "177" : "182") + "." +
+                      ext[in.ConsumeIntegralInRange(0, 2)];
+    DamagedFiles files({rel}, in);
+    CSearchBaseDataProc base;
+    CLocationData out[12];
+    for (int i = 0; i < 4; ++i) {
+        out[0].FlushData();
+        base.SearchProc(&out[0], Id(in));
+    }
+    const unsigned long first = Id(in) & 0xFF000000;
+    const unsigned long count = in.ConsumeIntegralInRange(0, 1200);
+    base.GetRefinedTotal(first, count, 255, in.ConsumeIntegralInRange(0, 3), 255, 255);
+    for (int page = 0; page < 4; ++page) {
+        base.GetList(out, first, count, in.ConsumeIntegralInRange(0, 1200),
+                     in.ConsumeIntegralInRange(0, 12), in.ConsumeIntegralInRange(0, 3), 255, 255,
+                     255);
+    }
+}
+
+void Arrival(FuzzedDataProvider& in) {
+    DamagedFiles files({in.ConsumeBool() ? "ARRIVAL/ARV.IDX" : "ARRIVAL/ARV.DAT"}, in);
+    CSearchArrivalProc arrival;
+    unsigned long count = 0;
+    arrival.SearchProc(&count, Id(in));
+    CLocationData out[4];
+    arrival.GetList(out, in.ConsumeIntegralInRange(0, 3), in.ConsumeIntegralInRange(0, 4));
+    for (CLocationData& r : out) r.dwID = static_cast<uint32_t>(Id(in));
+    arrival.GetData(out, 4);
+}
+
+void Genre(FuzzedDataProvider& in) {
+    DamagedFiles files({in.ConsumeBool() ? "GENRE/GENRE.IDX" : "GENRE/GENRE.DAT"}, in);
+    CSearchGenreProc genre;
+    unsigned long count = 0;
+    unsigned long key[5];
+    for (unsigned long& k : key) k = in.ConsumeBool() ? 255 : in.ConsumeIntegralInRange(0, 7);
+    genre.SearchProc(&count, key[0], key[1], key[2], key[3], key[4]);
+    CLocationData out[10];
+    genre.GetList(out, in.ConsumeIntegralInRange<unsigned long>(0, 400), 10);
+    unsigned long ids[10];
+    genre.GetID(ids, in.ConsumeIntegralInRange<unsigned long>(0, 400), 10);
+}
+
+void Kana(FuzzedDataProvider& in) {
+    DamagedFiles files({in.ConsumeBool() ? "KANAMA/KANAMA.IDX" : "KANAMA/KANAMA.DAT"}, in);
+    std::string reading = in.ConsumeRandomLengthString(12);
+    if (reading.empty() || in.ConsumeBool()) reading = "\xB1\xB2\xB3";
+    CSearchKanaProcMA kana;
+    unsigned long count = 0;
+    kana.SearchProc(&count, reinterpret_cast<unsigned char*>(&reading[0]));
+    CLocationData out[8];
+    kana.GetRefinedTotal(255, 255, 255, 255);
+    kana.GetList(out, in.ConsumeIntegralInRange(0, 50), 8);
+    kana.GetRefinedSortTotal(255, in.ConsumeBool() ? 255 : 1, 255);
+    kana.DistanceSortList(in.ConsumeIntegralInRange(0, 100), static_cast<int>(kLat / 10 * 256 / 100),
+                          static_cast<int>(kLon / 10 * 256 / 100));
+    kana.GetSortList(out, in.ConsumeIntegralInRange(0, 50), 8);
+    unsigned long mask = 0;
+    kana.IsGenreEnabled(&mask, 255, 255, 255);
+}
+
+void Vicinity(FuzzedDataProvider& in) {
+    DamagedFiles files({in.ConsumeBool() ? "VICINITY/VICINITY.IDX" : "VICINITY/VICINITY.DAT"},
+                       in);
+    CVicinityProc vicinity;
+    unsigned long count = 0;
+    const unsigned long lat = kLat + in.ConsumeIntegralInRange<uint32_t>(0, 200000);
+    const unsigned long lon = kLon + in.ConsumeIntegralInRange<uint32_t>(0, 200000);
+    if (in.ConsumeBool()) {
+        vicinity.SearchProc(&count, lat, lon, in.ConsumeIntegralInRange(0, 6000),
+                            in.ConsumeIntegralInRange(0, 3), 255, 255);
+    } else {
+        vicinity.SearchProc(&count, lat, lon, in.ConsumeIntegralInRange(0, 3), 255, 255);
+    }
+    CLocationData out[6];
+    vicinity.GetList(out, in.ConsumeIntegralInRange(0, 50), 6);
+    unsigned long mask = 0;
+    vicinity.IsGenreEnabled(&mask, lat, lon, in.ConsumeBool() ? 255 : 1, 255, 255);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    Db();
+    FuzzedDataProvider in(data, size);
+    switch (in.ConsumeIntegralInRange(0, 5)) {
+        case 0: Base(in); break;
+        case 1: Arrival(in); break;
+        case 2: Genre(in); break;
+        case 3: Kana(in); break;
+        case 4: Vicinity(in); break;
+        default: Base(in); break;
+    }
+    return 0;
+}
