@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <iterator>
@@ -200,23 +199,6 @@ bool CVicinityProc::SelectMeshFile(unsigned long genre, int mesh) {
     return OpenPackFile(name) != 0;
 }
 
-unsigned long CVicinityProc::ReadSelected(unsigned char* buf, unsigned long offset,
-                                          unsigned long size) {
-    if (m_iDatFile == 0 || m_lPackOffset < 0 || m_lPackSize < 0) return 0;
-    const unsigned long total = static_cast<unsigned long>(m_lPackSize);
-    if (offset >= total) return 0;
-    size = std::min(size, total - offset);
-    const off_t at = static_cast<off_t>(m_lPackOffset) + static_cast<off_t>(offset);
-    unsigned long got = 0;
-    while (got < size) {
-        ssize_t n = pread(m_iDatFile, buf + got, size - got, at + static_cast<off_t>(got));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        got += static_cast<unsigned long>(n);
-    }
-    return got;
-}
-
 int CVicinityProc::GetSearchPoint(int* offset, int row, int column) {
     if (offset == nullptr) return 0;
     const unsigned long size = GetPackFileSize();
@@ -233,7 +215,7 @@ int CVicinityProc::GetSearchPoint(int* offset, int row, int column) {
     while (s != 0) {
         if (i < n) {
             unsigned char key[4];
-            if (ReadSelected(key, kHeaderSize + static_cast<unsigned long>(i) * kRecordSize, 4) !=
+            if (ReadPackFile(key, kHeaderSize + static_cast<unsigned long>(i) * kRecordSize, 4) !=
                 4) {
                 return 0;
             }
@@ -265,7 +247,7 @@ int CVicinityProc::ScanFile(int y, int x, int offset, Visit visit) {
     unsigned char chunk[kChunkSize];
     for (unsigned long pos = static_cast<unsigned long>(offset); pos < size; pos += kChunkSize) {
         const unsigned long want = std::min(kChunkSize, size - pos);
-        const unsigned long got = ReadSelected(chunk, pos, want);
+        const unsigned long got = ReadPackFile(chunk, pos, want);
         for (unsigned long at = 0; at + kRecordSize <= got; at += kRecordSize) {
             const unsigned char* rec = chunk + at;
             const int32_t key = bytes::ReadI32LE(rec);

@@ -85,10 +85,6 @@ protected:
 private:
     // Selects "V%02d%04d.dat" of `genre` and `mesh` in the open folder; false when absent.
     SP_LOCAL bool SelectMeshFile(unsigned long genre, int mesh);
-    // Reads up to `size` bytes at `offset` of the selected file into buf (clipped to its
-    // end); the bytes read, 0 on failure.
-    SP_LOCAL unsigned long ReadSelected(unsigned char* buf, unsigned long offset,
-                                        unsigned long size);
     // Runs the widening or fixed search after the centre has been stored.
     SP_LOCAL int Search(unsigned long* count, const int* radii, int nRadii);
     // Visits the one, two or four meshes of the square, calling the scan of each file.
