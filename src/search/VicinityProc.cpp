@@ -370,7 +370,16 @@ int CVicinityProc::SearchData(unsigned long* count, int mesh, int y, int x, int 
     return 1;
 }
 
-int CVicinityProc::Search(unsigned long* count, const int* radii, int nRadii) {
+int CVicinityProc::Search(unsigned long* count, unsigned long lat, unsigned long lng,
+                          unsigned long genre1, unsigned long genre2, unsigned long genre3,
+                          const int* radii, int nRadii) {
+    if (count == nullptr) return 0;
+    m_blCancel = false;
+    m_dwLat = static_cast<uint32_t>(lat);
+    m_dwLon = static_cast<uint32_t>(lng);
+    m_dwGenre1 = static_cast<uint32_t>(genre1);
+    m_dwGenre2 = static_cast<uint32_t>(genre2);
+    m_dwGenre3 = static_cast<uint32_t>(genre3);
     int mesh;
     int y;
     int x;
@@ -390,27 +399,14 @@ int CVicinityProc::Search(unsigned long* count, const int* radii, int nRadii) {
 int CVicinityProc::SearchProc(unsigned long* count, unsigned long lat, unsigned long lng,
                               int radius, unsigned long genre1, unsigned long genre2,
                               unsigned long genre3) {
-    if (count == nullptr) return 0;
-    m_blCancel = false;
-    m_dwLat = static_cast<uint32_t>(lat);
-    m_dwLon = static_cast<uint32_t>(lng);
-    m_dwGenre1 = static_cast<uint32_t>(genre1);
-    m_dwGenre2 = static_cast<uint32_t>(genre2);
-    m_dwGenre3 = static_cast<uint32_t>(genre3);
     const int r = std::min(radius, kMaxRadius);
-    return Search(count, &r, 1);
+    return Search(count, lat, lng, genre1, genre2, genre3, &r, 1);
 }
 
 int CVicinityProc::SearchProc(unsigned long* count, unsigned long lat, unsigned long lng,
                               unsigned long genre1, unsigned long genre2, unsigned long genre3) {
-    if (count == nullptr) return 0;
-    m_blCancel = false;
-    m_dwLat = static_cast<uint32_t>(lat);
-    m_dwLon = static_cast<uint32_t>(lng);
-    m_dwGenre1 = static_cast<uint32_t>(genre1);
-    m_dwGenre2 = static_cast<uint32_t>(genre2);
-    m_dwGenre3 = static_cast<uint32_t>(genre3);
-    return Search(count, kWideningRadii, static_cast<int>(std::size(kWideningRadii)));
+    return Search(count, lat, lng, genre1, genre2, genre3, kWideningRadii,
+                  static_cast<int>(std::size(kWideningRadii)));
 }
 
 // ---- sorting ----

@@ -85,8 +85,11 @@ protected:
 private:
     // Selects "V%02d%04d.dat" of `genre` and `mesh` in the open folder; false when absent.
     SP_LOCAL bool SelectMeshFile(unsigned long genre, int mesh);
-    // Runs the widening or fixed search after the centre has been stored.
-    SP_LOCAL int Search(unsigned long* count, const int* radii, int nRadii);
+    // Stores the centre and filter, then runs the search over the radii in turn until enough
+    // hits are found.
+    SP_LOCAL int Search(unsigned long* count, unsigned long lat, unsigned long lng,
+                        unsigned long genre1, unsigned long genre2, unsigned long genre3,
+                        const int* radii, int nRadii);
     // Visits the one, two or four meshes of the square, calling the scan of each file.
     template <typename Scan>
     SP_LOCAL int VisitMeshes(unsigned long genre, int mesh, int y, int x, Scan scan);
