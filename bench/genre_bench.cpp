@@ -3,7 +3,6 @@
 // containers (the counting pread of bench/common, and the block decoder intercepted here).
 // Run: build/bench/genre_bench [--pois=N] [benchmark flags]
 #include <benchmark/benchmark.h>
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -31,13 +30,15 @@ long long NowNs() {
 
 }  // namespace
 
-// The block decoder, timed: this definition takes the place of the library's exported one
-// (the library calls it through its symbol table) and forwards to it.
-unsigned long CMarlinDataProc::Decode(void* dst, void* src, unsigned long srcSize) {
-    using Fn = unsigned long (*)(CMarlinDataProc*, void*, void*, unsigned long);
-    static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "_ZN15CMarlinDataProc6DecodeEPvS0_m"));
+// The block decoder, timed: the link redirects the library's calls of the LZMA entry point
+// here (-Wl,--wrap), and this forwards to the real one.
+extern "C" unsigned long __real__ZN15CMarlinDataProc6DecodeEPvS0_m(CMarlinDataProc*, void*, void*,
+                                                                  unsigned long);
+extern "C" unsigned long __wrap__ZN15CMarlinDataProc6DecodeEPvS0_m(CMarlinDataProc* self,
+                                                                  void* dst, void* src,
+                                                                  unsigned long srcSize) {
     const long long start = NowNs();
-    const unsigned long n = real(this, dst, src, srcSize);
+    const unsigned long n = __real__ZN15CMarlinDataProc6DecodeEPvS0_m(self, dst, src, srcSize);
     g_decodeNs.fetch_add(NowNs() - start, std::memory_order_relaxed);
     return n;
 }
