@@ -1,10 +1,34 @@
-// The genre filter shared by the searches: 255 in a filter level means "any", and the first
-// wildcard ends the comparison (deeper levels are then not looked at).
+// Genre codes: 255 means "none" in data and "any" in filters; 6-bit fields store it as 63. The
+// filter shared by the searches lets the first wildcard end the comparison (deeper levels are
+// then not looked at). Readers and the writers in mapdb use these definitions alike.
 #pragma once
+
+#include <cstdint>
 
 namespace genre {
 
-constexpr unsigned long kAny = 255;
+constexpr unsigned long kAny = 255;      // "none" in data, "any" in a filter
+constexpr uint32_t kStoredNone = 63;     // how a 6-bit field holds 255
+constexpr int kPackedLevels = 4;         // a 24-bit field holds four 6-bit codes, level 1 highest
+
+// The 6-bit field of one code: 255 becomes 63, other codes are kept (the caller checks range).
+inline uint32_t Pack6(uint32_t code) { return code == kAny ? kStoredNone : code; }
+// A 6-bit field read back: 63 becomes 255.
+inline uint32_t Unpack6(uint32_t field) {
+    return (field & 0x3F) == kStoredNone ? static_cast<uint32_t>(kAny) : field & 0x3F;
+}
+// Code of `level` (0 = level 1) from a 24-bit field of four codes.
+inline uint32_t UnpackLevel(uint32_t packed24, int level) {
+    return Unpack6(packed24 >> (18 - 6 * level));
+}
+// Four codes into a 24-bit field.
+inline uint32_t Pack24(const uint32_t codes[kPackedLevels]) {
+    uint32_t packed = 0;
+    for (int level = 0; level < kPackedLevels; ++level) {
+        packed |= (Pack6(codes[level]) & 0x3F) << (18 - 6 * level);
+    }
+    return packed;
+}
 
 // A record with codes c1..c4 matches g1..g4: g1 must match, then level by level until the
 // first wildcard.

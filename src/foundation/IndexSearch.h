@@ -1,0 +1,58 @@
+// The binary search over fixed-size index entries that the data sets share: lo = 0, hi = n, one
+// entry read per probe, the next probe halfway to the bound on the side of the key, and the key
+// absent when the next probe equals the current one or an entry cannot be read. Where a data
+// set's probe rule differs, the rule is a parameter, not a second copy. Internal; not exported.
+#pragma once
+
+#include <cstdint>
+
+namespace index_search {
+
+// Outcome of one probe: how the key compares with the entry read, or that it could not be read.
+enum class Probe { kKeyLess, kFound, kKeyGreater, kUnreadable };
+
+// The common probe rule: start at n / 2, then halfway to the bound on the key's side.
+struct HalfwayRule {
+    static uint64_t First(uint64_t n) { return n / 2; }
+    static uint64_t Up(uint64_t mid, uint64_t hi) { return (mid + hi) / 2; }
+    static uint64_t Down(uint64_t mid, uint64_t lo) { return (mid + lo) / 2; }
+};
+
+struct Result {
+    bool found;
+    uint64_t index;  // the entry found, or the last one probed
+};
+
+// Searches n entries; `probe(i)` reads entry i and compares the key with it. An empty index is
+// not probed.
+template <typename ProbeFn, typename Rule = HalfwayRule>
+Result Find(uint64_t n, ProbeFn probe) {
+    if (n == 0) return {false, 0};
+    uint64_t lo = 0;
+    uint64_t hi = n;
+    uint64_t mid = Rule::First(n);
+    for (;;) {
+        const Probe p = probe(mid);
+        if (p == Probe::kFound) return {true, mid};
+        if (p == Probe::kUnreadable) return {false, mid};
+        uint64_t next;
+        if (p == Probe::kKeyGreater) {
+            next = Rule::Up(mid, hi);
+            if (next == mid) return {false, mid};
+            lo = mid;
+        } else {
+            next = Rule::Down(mid, lo);
+            if (next == mid) return {false, mid};
+            hi = mid;
+        }
+        mid = next;
+    }
+}
+
+// Turns a three-way comparison of key and entry into a probe outcome.
+inline Probe FromCompare(int keyMinusEntry) {
+    return keyMinusEntry == 0 ? Probe::kFound
+                              : keyMinusEntry < 0 ? Probe::kKeyLess : Probe::kKeyGreater;
+}
+
+}  // namespace index_search
