@@ -1,6 +1,6 @@
-// Distance and direction: exact values worked out by hand for the boundaries and deliberate
-// quirks of the integer family, the floating family's due directions, and a property test of
-// both families against an independent great-circle reference.
+// Distance and direction: hand-worked values for the boundaries and deliberate quirks of the
+// integer family in all its forms, exact values of the floating family across Japan, the
+// stored table entries, and a property test of the integer family against a great circle.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -22,41 +22,36 @@ struct Result {
     unsigned long status, dist, dir;
 };
 
-Result Unsigned(int lat1, int lon1, int lat2, int lon2) {
+enum Form { kUnsigned, kSigned, k256, kFloat, kAzi };
+
+Result Measure(Form form, int lat1, int lon1, int lat2, int lon2) {
     CDistanceProc p;
     Result r{0, kUntouched, kUntouched};
-    r.status = p.CalcDistance(&r.dist, &r.dir, static_cast<unsigned long>(lat1),
-                              static_cast<unsigned long>(lon1), static_cast<unsigned long>(lat2),
-                              static_cast<unsigned long>(lon2));
+    switch (form) {
+        case kUnsigned:
+            r.status = p.CalcDistance(
+                &r.dist, &r.dir, static_cast<unsigned long>(lat1), static_cast<unsigned long>(lon1),
+                static_cast<unsigned long>(lat2), static_cast<unsigned long>(lon2));
+            break;
+        case kSigned:
+            r.status = p.CalcDistance(&r.dist, &r.dir, lat1, lon1, lat2, lon2);
+            break;
+        case k256:
+            r.status = p.CalcDistance256(&r.dist, &r.dir, lat1, lon1, lat2, lon2);
+            break;
+        case kFloat:
+            r.status = p.CalcDistanceForm(&r.dist, &r.dir, lat1, lon1, lat2, lon2);
+            break;
+        case kAzi:
+            r.status = p.CalcDistanceFormAzi(&r.dist, &r.dir, lat1, lon1, lat2, lon2);
+            break;
+    }
     return r;
 }
 
-Result Signed(int lat1, int lon1, int lat2, int lon2) {
-    CDistanceProc p;
-    Result r{0, kUntouched, kUntouched};
-    r.status = p.CalcDistance(&r.dist, &r.dir, lat1, lon1, lat2, lon2);
-    return r;
-}
-
-Result In256(int lat1, int lon1, int lat2, int lon2) {
-    CDistanceProc p;
-    Result r{0, kUntouched, kUntouched};
-    r.status = p.CalcDistance256(&r.dist, &r.dir, lat1, lon1, lat2, lon2);
-    return r;
-}
-
-Result Form(int lat1, int lon1, int lat2, int lon2) {
-    CDistanceProc p;
-    Result r{0, kUntouched, kUntouched};
-    r.status = p.CalcDistanceForm(&r.dist, &r.dir, lat1, lon1, lat2, lon2);
-    return r;
-}
-
-Result Azi(int lat1, int lon1, int lat2, int lon2) {
-    CDistanceProc p;
-    Result r{0, kUntouched, kUntouched};
-    r.status = p.CalcDistanceFormAzi(&r.dist, &r.dir, lat1, lon1, lat2, lon2);
-    return r;
+// Multiples of 25 in 1/100" convert exactly to 1/256".
+int To256(int v) {
+    return v / 25 * 64;
 }
 
 // A point pair as offsets from (35 N, 139 E) in 1/100 arc-second, with the expected result.
@@ -81,8 +76,8 @@ const OffsetCase kIntegerCases[] = {
     {"WestNear", 0, 90000, 0, 0, 22766, 270},
     // 100 units north: S = (4848^2 + 79^2) / 10^6 = 23, below 32768 so the root is taken
     // of 23 * 65536 = 1507328: 1228, (1228 + 127) >> 8 = 5, 5 * 6370 / 1000 = 31 m.
-    // dy = 4848 (100 units of latitude), dxc = 97 * 8191 * 10 / 1000 = 7945: the ratio
-    // truncates to 1, plus the deliberate 1 gives val_atan1[2] = 1999, i.e. 1 degree.
+    // dxc = 97 * 8191 * 10 / 1000 = 7945 against dy = 4848: the ratio truncates to 1, plus
+    // the deliberate 1 reads val_atan1[2] = 1999, i.e. 1 degree.
     {"NearlyNorthEast", 0, 0, 100, 2, 31, 1},
     {"NearlySouthWest", 100, 2, 0, 0, 31, 181},
     {"NearlyNorthWest", 0, 2, 100, 0, 31, 359},
@@ -98,32 +93,40 @@ const OffsetCase kIntegerCases[] = {
     {"IrregularEntry180SouthEast", 2, 0, 0, 44, 12, 114},
     // dy = 145, dxc = 655198, t = 4519: val_atan2[451] = 148627 gives 85 instead of 88.
     {"IrregularEntry451", 0, 0, 3, 165, 38, 85},
+    // dy = 48, dx = -198555: S = 39424, at least 32768, so the plain root 199 -> 1267 m;
+    // dxc / dy is far above 5000: 89 degrees without a table.
+    {"BeyondTheWideTable", 0, 0, 1, 5000, 1267, 89},
     // S = 4290 = 65 * 66: the root of 4290 * 65536 is 16768 = 65 * 256 + 128, and
     // (16768 + 127) >> 8 = 65, so an exact half rounds down: 65 * 6370 / 1000 = 414.
     {"SmallRootHalfRoundsDown", 0, 0, 29, 1649, 414, 88},
+    // 60 degrees east: dx = 857759513, S = 7357513821, t = S >> 8 >= 2^22 so k = 8 and
+    // x0 = 22528 + (t * 22 >> 13) = 99711, Newton: 86749, 85781; 85781 * 6370 / 100. An
+    // exact root (85776) would give 5463931.
+    {"TwoNewtonStepsOnly", 0, -kLon, 0, 60 * kDeg - kLon, 5464249, 90},
 };
 
-TEST(IntegerDistance, MatchesHandWorkedValuesInEveryForm) {
+TEST(IntegerDistance, MatchesHandWorkedValuesInEveryFormAndMirrored) {
     for (const OffsetCase& c : kIntegerCases) {
         SCOPED_TRACE(c.name);
         const int la1 = kLat + c.dlat1, lo1 = kLon + c.dlon1;
         const int la2 = kLat + c.dlat2, lo2 = kLon + c.dlon2;
-        const Result u = Unsigned(la1, lo1, la2, lo2);
-        EXPECT_EQ(u.status, 1u);
-        EXPECT_EQ(u.dist, c.dist);
-        EXPECT_EQ(u.dir, c.dir);
-        const Result s = Signed(la1, lo1, la2, lo2);
-        EXPECT_EQ(s.status, 1u);
-        EXPECT_EQ(s.dist, c.dist);
-        EXPECT_EQ(s.dir, c.dir);
-        // Multiples of 25 convert exactly: 1/100" * 256 / 100 = 1/256".
-        if (la1 % 25 == 0 && lo1 % 25 == 0 && la2 % 25 == 0 && lo2 % 25 == 0) {
-            const Result w = In256(la1 / 25 * 64, lo1 / 25 * 64, la2 / 25 * 64, lo2 / 25 * 64);
-            EXPECT_EQ(w.status, 1u);
-            EXPECT_EQ(w.dist, c.dist);
-            EXPECT_EQ(w.dir, c.dir);
+        for (Form f : {kUnsigned, kSigned, k256}) {
+            SCOPED_TRACE(f);
+            const bool in256 = f == k256;
+            if (in256 && (la1 % 25 || lo1 % 25 || la2 % 25 || lo2 % 25)) continue;
+            auto conv = [&](int v) { return in256 ? To256(v) : v; };
+            const Result r = Measure(f, conv(la1), conv(lo1), conv(la2), conv(lo2));
+            EXPECT_EQ(r.status, 1u);
+            EXPECT_EQ(r.dist, c.dist);
+            EXPECT_EQ(r.dir, c.dir);
+            if (f == kUnsigned) continue;
+            // The signed forms truncate toward zero, so the pair mirrored across the prime
+            // meridian has the same distance and the mirrored direction.
+            const Result m = Measure(f, conv(la1), conv(-lo1), conv(la2), conv(-lo2));
+            EXPECT_EQ(m.dist, c.dist);
+            EXPECT_EQ(m.dir, (360 - c.dir) % 360);
         }
-        // Separate calls give the same as the combined one.
+        // The separate calls agree with the combined one.
         CDistanceProc p;
         unsigned long dist = kUntouched, dir = kUntouched;
         EXPECT_EQ(p.GetDistance(&dist, la1, lo1, la2, lo2), 1u);
@@ -133,192 +136,163 @@ TEST(IntegerDistance, MatchesHandWorkedValuesInEveryForm) {
     }
 }
 
-TEST(IntegerDistance, NegativeLongitudesMirrorTheEasternResults) {
-    // The int forms truncate toward zero, so a point pair mirrored across the prime
-    // meridian has the same distance and the mirrored direction.
-    for (const OffsetCase& c : kIntegerCases) {
-        SCOPED_TRACE(c.name);
-        const int la1 = kLat + c.dlat1, lo1 = -(kLon + c.dlon1);
-        const int la2 = kLat + c.dlat2, lo2 = -(kLon + c.dlon2);
-        const Result s = Signed(la1, lo1, la2, lo2);
-        EXPECT_EQ(s.status, 1u);
-        EXPECT_EQ(s.dist, c.dist);
-        EXPECT_EQ(s.dir, (360 - c.dir) % 360);
-        if (la1 % 25 == 0 && lo1 % 25 == 0 && la2 % 25 == 0 && lo2 % 25 == 0) {
-            const Result w = In256(la1 / 25 * 64, lo1 / 25 * 64, la2 / 25 * 64, lo2 / 25 * 64);
-            EXPECT_EQ(w.dist, c.dist);
-            EXPECT_EQ(w.dir, (360 - c.dir) % 360);
-        }
-    }
-}
-
 TEST(IntegerDistance, FailsOutsideTheCosineTableAndLeavesOutputsAlone) {
     struct Case {
         const char* name;
+        Form form;
         int lat1, lat2;
         bool ok;
     };
     const Case cases[] = {
-        {"MeanExactly20", 20 * kDeg, 20 * kDeg, true},
-        {"MeanJustBelow20", 20 * kDeg, 20 * kDeg - 1, false},
-        {"Mean19.99", 7196400, 7196400, false},
-        {"MeanJustBelow49.1", 17676000, 17675999, true},
-        {"Mean49.1", 17676000, 17676000, false},
-        {"OnlyTheMeanCounts", 70 * kDeg, 0, true},
-        {"FarNorth", 60 * kDeg, 60 * kDeg, false},
+        {"MeanExactly20", kUnsigned, 20 * kDeg, 20 * kDeg, true},
+        {"MeanJustBelow20", kUnsigned, 20 * kDeg, 20 * kDeg - 1, false},
+        {"MeanJustBelow49.1", kUnsigned, 17676000, 17675999, true},
+        {"Mean49.1", kUnsigned, 17676000, 17676000, false},
+        {"OnlyTheMeanCounts", kUnsigned, 70 * kDeg, 0, true},
+        {"SignedMeanJustBelow49.1", kSigned, 17676000, 17675999, true},
+        {"SignedMean49.1", kSigned, 17676000, 17676000, false},
+        // A negative sum wraps above the bound in the unsigned comparison.
+        {"SignedSouth", kSigned, -kLat, -kLat, false},
+        {"SignedSumExactly20", kSigned, -1, 40 * kDeg + 1, true},
+        // 49.1 degrees is 45250560 in 1/256", converting to 17676000.
+        {"In256Mean49.1", k256, 45250560, 45250560, false},
+        {"In256JustBelow49.1", k256, 45250560, 45250559, true},
+        {"In256JustBelow20", k256, 20 * kDeg256, 20 * kDeg256 - 1, false},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        for (int form = 0; form < 2; ++form) {
-            const Result r = form == 0 ? Unsigned(c.lat1, kLon, c.lat2, kLon + 500)
-                                       : Signed(c.lat1, kLon, c.lat2, kLon + 500);
-            EXPECT_EQ(r.status, c.ok ? 1u : 0u) << "form " << form;
-            if (!c.ok) {
-                EXPECT_EQ(r.dist, kUntouched);
-                EXPECT_EQ(r.dir, kUntouched);
-            }
-            CDistanceProc p;
-            unsigned long dir = kUntouched;
-            EXPECT_EQ(p.GetDirection(&dir, c.lat1, kLon, c.lat2, kLon + 500), c.ok ? 1u : 0u);
+        const Result r = Measure(c.form, c.lat1, 0, c.lat2, 500);
+        EXPECT_EQ(r.status, c.ok ? 1u : 0u);
+        if (!c.ok) {
+            EXPECT_EQ(r.dist, kUntouched);
+            EXPECT_EQ(r.dir, kUntouched);
         }
+        if (c.form == k256) continue;
+        CDistanceProc p;
+        unsigned long dir = kUntouched;
+        EXPECT_EQ(p.GetDirection(&dir, c.lat1, 0, c.lat2, 500), c.ok ? 1u : 0u);
+        EXPECT_EQ(dir == kUntouched, !c.ok);
     }
-    // Southern latitudes give a negative sum: the signed index wraps above the bound.
-    EXPECT_EQ(Signed(-kLat, kLon, -kLat, kLon).status, 0u);
-    // Sum 14400000 exactly once the signed sum is taken: mean 20.0 degrees.
-    EXPECT_EQ(Signed(-1, kLon, 20 * 2 * kDeg + 1, kLon).status, 1u);
-    // The same bounds in 1/256": 49.1 degrees is 45250560, converting to 17676000.
-    EXPECT_EQ(In256(45250560, 0, 45250560, 0).status, 0u);
-    EXPECT_EQ(In256(45250560, 0, 45250559, 0).status, 1u);
-    EXPECT_EQ(In256(20 * kDeg256, 0, 20 * kDeg256 - 1, 0).status, 0u);
-}
-
-TEST(IntegerDistance, LongDistancesKeepTheTwoStepSquareRoot) {
-    // 60 degrees of longitude at 35 N: dx = 1047197550 * 8191 / 10000 = 857759513,
-    // S = 7357513821, t = S >> 8 = 28740288 >= 2^22 so k = 8 and
-    // x0 = 22528 + (t * 22 >> 13) = 99711, Newton: 86749, 85781; 85781 * 6370 / 100.
-    // An exact root (85776) would give 5463931.
-    const Result r = Unsigned(kLat, 0, kLat, 60 * kDeg);
-    EXPECT_EQ(r.status, 1u);
-    EXPECT_EQ(r.dist, 5464249u);
-    EXPECT_EQ(r.dir, 90u);
 }
 
 TEST(IntegerDistance, The256FormsTruncateTowardZero) {
-    struct Case {
-        const char* name;
-        int lat1, lon1, lat2, lon2;
-        unsigned long dist, dir;
-    };
     const int lat = 35 * kDeg256;  // 32256000 -> 12600000 exactly
-    const Case cases[] = {
+    const struct {
+        const char* name;
+        int lon1, dlat2, lon2;
+        unsigned long dist, dir;
+    } cases[] = {
         // 230402 * 100 / 256 = 90000.78 -> 90000 (near); 230403 -> 90001 (far).
-        {"QuarterDegreeNear", lat, 0, lat + 230402, 0, 27792, 0},
-        {"QuarterDegreeFar", lat, 0, lat + 230403, 0, 27773, 0},
+        {"QuarterDegreeNear", 0, 230402, 0, 27792, 0},
+        {"QuarterDegreeFar", 0, 230403, 0, 27773, 0},
         // -1 converts to 0, not -1, so the pair is 25 units apart: dx = 1212 * 8191 / 10000
-        // = 992, S = 0, distance 0. Rounding down to -1 would give dx = 1032, S = 1, 6 m.
-        {"MinusOneBecomesZero", lat, -1, lat, 65, 0, 90},
-        {"MinusOneBecomesZeroMirrored", lat, 1, lat, -65, 0, 270},
-        // -2 converts to 0 as well: the points coincide and the direction is north, where
-        // rounding down to -1 would make the second point lie east (90).
-        {"SmallNegativeIsZero", lat, -2, lat, 0, 0, 0},
+        // = 992, S = 0, distance 0. Rounding down to -1 would give S = 1, 6 m.
+        {"MinusOneBecomesZero", -1, 0, 65, 0, 90},
+        {"MinusOneBecomesZeroMirrored", 1, 0, -65, 0, 270},
+        // -2 converts to 0 as well: the points coincide and the direction is north.
+        {"SmallNegativeIsZero", -2, 0, 0, 0, 0},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const Result r = In256(c.lat1, c.lon1, c.lat2, c.lon2);
+        const Result r = Measure(k256, lat, c.lon1, lat + c.dlat2, c.lon2);
         EXPECT_EQ(r.status, 1u);
         EXPECT_EQ(r.dist, c.dist);
         EXPECT_EQ(r.dir, c.dir);
         CDistanceProc p;
         unsigned long dist = kUntouched, dir = kUntouched;
-        EXPECT_EQ(p.GetDistance256(&dist, c.lat1, c.lon1, c.lat2, c.lon2), 1u);
-        EXPECT_EQ(p.GetDirection256(&dir, c.lat1, c.lon1, c.lat2, c.lon2), 1u);
+        EXPECT_EQ(p.GetDistance256(&dist, lat, c.lon1, lat + c.dlat2, c.lon2), 1u);
+        EXPECT_EQ(p.GetDirection256(&dir, lat, c.lon1, lat + c.dlat2, c.lon2), 1u);
         EXPECT_EQ(dist, c.dist);
         EXPECT_EQ(dir, c.dir);
     }
 }
 
-TEST(FloatingDistance, DueAndDiagonalDirections) {
-    // One degree steps from (35 N, 139 E) in 1/256". The plain form measures the angle on
-    // (longitude, reduced latitude) without a cosine, so one degree each way is 45; the
-    // azimuth form gives the great circle's start, which leaves "east" north of east.
+TEST(FloatingDistance, MatchesExactValuesNearAndAcrossJapan) {
+    // In 1/256". Long pairs are where the flattening term weighs kilometres: with its sign
+    // or either of its inner signs flipped, Tokyo-Sapporo reads 834610 or 834614 m.
     struct Case {
         const char* name;
-        int dlat, dlon;
+        int lat1, lon1, lat2, lon2;
         unsigned long formDist, formDir, aziDist, aziDir;
     };
+    const int lat = 35 * kDeg256, lon = 139 * kDeg256, d = kDeg256;
     const Case cases[] = {
-        {"North", 1, 0, 110949, 0, 111197, 0},
-        {"East", 0, 1, 91287, 90, 91287, 89},
-        {"South", -1, 0, 110931, 180, 111185, 180},
-        {"West", 0, -1, 91287, 270, 91287, 270},
-        {"NorthEast", 1, 1, 143321, 45, 143513, 38},
-        {"SouthEast", -1, 1, 144012, 134, 144208, 140},
-        {"SouthWest", -1, -1, 144012, 225, 144208, 219},
-        {"NorthWest", 1, -1, 143321, 314, 143513, 321},
+        // One-degree steps: the plain form measures the angle on (longitude, reduced
+        // latitude) without a cosine, so one degree each way is 45; the azimuth form gives the
+        // great circle's start, which leaves "east" north of east.
+        {"North", lat, lon, lat + d, lon, 110949, 0, 111197, 0},
+        {"East", lat, lon, lat, lon + d, 91287, 90, 91287, 89},
+        {"South", lat, lon, lat - d, lon, 110931, 180, 111185, 180},
+        {"West", lat, lon, lat, lon - d, 91287, 270, 91287, 270},
+        {"NorthEast", lat, lon, lat + d, lon + d, 143321, 45, 143513, 38},
+        {"SouthEast", lat, lon, lat - d, lon + d, 144012, 134, 144208, 140},
+        {"SouthWest", lat, lon, lat - d, lon - d, 144012, 225, 144208, 219},
+        {"NorthWest", lat, lon, lat + d, lon - d, 143321, 314, 143513, 321},
+        {"TokyoSapporo", 32883610, 128809267, 39691469, 130269082, 831358, 12, 832986, 8},
+        {"TokyoNaha", 32883610, 128809267, 24156979, 117668966, 1558442, 231, 1560199, 230},
+        {"WakkanaiNaha", 41854464, 130565837, 24156979, 117668966, 2469444, 216, 2473515, 215},
+        {"SapporoFukuoka", 39691469, 130269082, 30956544, 120195072, 1418925, 229, 1420547, 225},
+        // On the equator the azimuth's denominator is exactly 0: east and west are set to 90
+        // and 270 (the arctangent alone would truncate west to 269).
+        {"EquatorEast", 0, lon, 0, 140 * d, 111319, 90, 111319, 90},
+        {"EquatorWest", 0, lon, 0, 138 * d, 111319, 270, 111319, 270},
+        {"EqualPoints", lat, lon, lat, lon, 0, 0, 0, 0},
+        // Never fails, even where the integer family has no table row.
+        {"FarNorth", 60 * d, lon, 61 * d, lon, 111420, 0, 111511, 0},
     };
-    const int lat = 35 * kDeg256, lon = 139 * kDeg256;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        const int lat2 = lat + c.dlat * kDeg256, lon2 = lon + c.dlon * kDeg256;
-        const Result f = Form(lat, lon, lat2, lon2);
+        const Result f = Measure(kFloat, c.lat1, c.lon1, c.lat2, c.lon2);
         EXPECT_EQ(f.status, 1u);
         EXPECT_EQ(f.dist, c.formDist);
         EXPECT_EQ(f.dir, c.formDir);
-        const Result a = Azi(lat, lon, lat2, lon2);
+        const Result a = Measure(kAzi, c.lat1, c.lon1, c.lat2, c.lon2);
         EXPECT_EQ(a.status, 1u);
         EXPECT_EQ(a.dist, c.aziDist);
         EXPECT_EQ(a.dir, c.aziDir);
     }
 }
 
-TEST(FloatingDistance, EqualPointsAndTheEquatorAreExact) {
-    const int lat = 35 * kDeg256, lon = 139 * kDeg256;
-    for (const auto& r : {Azi(lat, lon, lat, lon), Form(lat, lon, lat, lon)}) {
-        EXPECT_EQ(r.status, 1u);
-        EXPECT_EQ(r.dist, 0u);
-        EXPECT_EQ(r.dir, 0u);
+TEST(DistanceTables, KeepTheirTruncatedFirstRowsAndStoredExceptions) {
+    static_assert(sizeof(val_cos4) / sizeof(val_cos4[0]) == 302);
+    static_assert(sizeof(val_cos5) / sizeof(val_cos5[0]) == 302);
+    static_assert(sizeof(val_atan1) / sizeof(val_atan1[0]) == 201);
+    static_assert(sizeof(val_atan2) / sizeof(val_atan2[0]) == 501);
+    // cos 20.1 deg = 0.939094... and atan 0.01 = 0.0099996...: rounding would give 9391, 1000.
+    const struct {
+        const char* name;
+        const int* table;
+        int index, value;
+    } rows[] = {{"val_cos4", val_cos4, 0, 9396},       {"val_cos4", val_cos4, 1, 9390},
+                {"val_cos4", val_cos4, 2, 9384},       {"val_cos4", val_cos4, 298, 6456},
+                {"val_cos4", val_cos4, 301, 0},        {"val_cos5", val_cos5, 0, 93969},
+                {"val_cos5", val_cos5, 2, 93849},      {"val_cos5", val_cos5, 301, 0},
+                {"val_atan1", val_atan1, 1, 999},      {"val_atan1", val_atan1, 2, 1999},
+                {"val_atan1", val_atan1, 200, 110714}, {"val_atan2", val_atan2, 1, 9966},
+                {"val_atan2", val_atan2, 2, 19739},    {"val_atan2", val_atan2, 180, 115297},
+                {"val_atan2", val_atan2, 375, 154415}, {"val_atan2", val_atan2, 451, 148627},
+                {"val_atan2", val_atan2, 500, 155079}};
+    for (const auto& r : rows) {
+        EXPECT_EQ(r.table[r.index], r.value) << r.name << "[" << r.index << "]";
     }
-    // On the equator the azimuth's denominator is exactly 0: east and west are set to 90 and
-    // 270 (the arctangent alone would truncate west to 269).
-    const int equator[][2] = {{140, 90}, {138, 270}};
-    for (const auto& e : equator) {
-        SCOPED_TRACE(e[0]);
-        const Result a = Azi(0, lon, 0, e[0] * kDeg256);
-        EXPECT_EQ(a.dist, 111319u);
-        EXPECT_EQ(a.dir, static_cast<unsigned long>(e[1]));
-        const Result f = Form(0, lon, 0, e[0] * kDeg256);
-        EXPECT_EQ(f.dist, 111319u);
-        EXPECT_EQ(f.dir, static_cast<unsigned long>(e[1]));
-    }
-    // The floating family never fails, even where the integer family has no table row.
-    EXPECT_EQ(Form(60 * kDeg256, lon, 61 * kDeg256, lon).status, 1u);
-    EXPECT_EQ(Azi(-kDeg256, lon, kDeg256, lon).status, 1u);
 }
 
 TEST(IntegerDistance, ExtremeCoordinatesAreAnsweredWithoutOverflow) {
     // Values far outside any map: every call returns 0 or 1 and the sanitizer build checks
     // that no signed overflow or bad shift happens on the way.
-    const int ints[] = {INT32_MIN, -kLat, -1, 0, 1, kLat, 70 * kDeg, INT32_MAX};
-    const unsigned long uns[] = {0, 1, 12600000, 0x7fffffffUL, 0x80000000UL, 0xffffffffUL};
-    CDistanceProc p;
-    unsigned long dist = 0, dir = 0;
-    for (int a : ints) {
-        for (int b : ints) {
+    const int values[] = {INT32_MIN, -kLat, -1, 0, 1, kLat, 70 * kDeg, INT32_MAX};
+    for (int a : values) {
+        for (int b : values) {
             SCOPED_TRACE(std::to_string(a) + " " + std::to_string(b));
-            EXPECT_LE(p.CalcDistance(&dist, &dir, kLat, a, b, b), 1u);
-            EXPECT_LE(p.CalcDistance(&dist, &dir, a, b, kLat, a), 1u);
-            EXPECT_LE(p.CalcDistance256(&dist, &dir, a, b, b, a), 1u);
-            EXPECT_EQ(p.CalcDistanceForm(&dist, &dir, a, b, b, a), 1u);
-            EXPECT_LT(dir, 360u);
-            EXPECT_EQ(p.CalcDistanceFormAzi(&dist, &dir, a, b, b, a), 1u);
-            EXPECT_LT(dir, 360u);
-        }
-    }
-    for (unsigned long a : uns) {
-        for (unsigned long b : uns) {
-            SCOPED_TRACE(std::to_string(a) + " " + std::to_string(b));
-            EXPECT_LE(p.CalcDistance(&dist, &dir, 12600000UL, a, 12600000UL, b), 1u);
-            EXPECT_LE(p.CalcDistance(&dist, &dir, a, b, b, a), 1u);
+            for (Form f : {kUnsigned, kSigned, k256}) {
+                EXPECT_LE(Measure(f, kLat, a, b, b).status, 1u);
+                EXPECT_LE(Measure(f, a, b, b, a).status, 1u);
+            }
+            for (Form f : {kFloat, kAzi}) {
+                const Result r = Measure(f, a, b, b, a);
+                EXPECT_EQ(r.status, 1u);
+                EXPECT_LT(r.dir, 360u);
+            }
         }
     }
 }
@@ -328,129 +302,60 @@ TEST(IntegerDistance, ExtremeCoordinatesAreAnsweredWithoutOverflow) {
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kMeanRadius = 6371008.8;  // metres
 
-struct Geo {
-    double lat, lon;  // radians
-};
-
-Geo FromBase(int lat, int lon) {
-    return {lat / 360000.0 * kPi / 180, lon / 360000.0 * kPi / 180};
+double Rad(int v) {
+    return v / 360000.0 * kPi / 180;
 }
-
-double Haversine(Geo a, Geo b) {
-    const double s1 = std::sin((b.lat - a.lat) / 2), s2 = std::sin((b.lon - a.lon) / 2);
-    const double h = s1 * s1 + std::cos(a.lat) * std::cos(b.lat) * s2 * s2;
-    return 2 * kMeanRadius * std::asin(std::sqrt(h));
-}
-
-double BearingDegrees(Geo a, Geo b) {
-    const double dl = b.lon - a.lon;
-    const double y = std::sin(dl) * std::cos(b.lat);
-    const double x =
-        std::cos(a.lat) * std::sin(b.lat) - std::sin(a.lat) * std::cos(b.lat) * std::cos(dl);
-    const double deg = std::atan2(y, x) * 180 / kPi;
-    return deg < 0 ? deg + 360 : deg;
-}
-
-double AngleGap(double a, double b) {
-    const double d = std::fmod(std::fabs(a - b), 360.0);
-    return d > 180 ? 360 - d : d;
-}
-
-// Points across Japan (24-46 N, 122-146 E) on a grid of 25 units so that every pair is exact
-// in 1/256" as well.
-class PairMaker {
-public:
-    explicit PairMaker(unsigned seed) : rng_(seed) {}
-    int Lat() { return Pick(24 * kDeg, 46 * kDeg); }
-    int Lon() { return Pick(122 * kDeg, 146 * kDeg); }
-    int Offset(int range) { return Pick(-range, range); }
-
-private:
-    int Pick(int lo, int hi) {
-        return std::uniform_int_distribution<int>(lo / 25, hi / 25)(rng_) * 25;
-    }
-    std::mt19937 rng_;
-};
 
 TEST(DistanceProperty, IntegerFamilyAgreesWithTheGreatCircle) {
     // Distance bound, relative 0.25%: the cosine of the mean latitude is taken at the tenth
     // of a degree below it (at most tan 47 * 0.1 deg = 0.19% on the east-west part) and
     // truncated to 4 digits (0.02%), the radius is 6370 km against 6371.0 (0.02%), and the
-    // flat projection over at most 1.5 degrees adds under 0.02%. Absolute: the root is rounded
-    // to one unit of 6.37 m (near) or 63.7 m (far) before scaling and the metres truncated,
-    // so 5 m near and 40 m far.
+    // flat projection over at most 1 degree adds under 0.02%. Absolute: the root is rounded
+    // to one unit of 6.37 m (near) or 63.7 m (far) before scaling, so 5 m near and 40 m far.
     // Direction bound, 3.2 degrees for pairs over 1 km: the deliberate + 1 in the ratio
     // (0.58), the 0.1 steps of the wide table (1.15), truncation to whole degrees (1), the
-    // mean-latitude bearing against the great circle's start over 1 degree (0.36), the
-    // cosine step (0.05) and the grid (0.02). Ratios that read the irregular entries 180 and
-    // 451 are left to the exact tests.
-    PairMaker make(20240601);
+    // mean-latitude bearing against the great circle's start (0.36) and the cosine step.
+    // Ratios that read the irregular entries 180 and 451 are left to the exact tests.
+    std::mt19937 rng(20240601);
+    auto pick = [&](int lo, int hi) {
+        return std::uniform_int_distribution<int>(lo / 25, hi / 25)(rng) * 25;
+    };
     int checked = 0;
     for (int i = 0; i < 4000; ++i) {
         const int range = i % 2 ? kDeg / 4 : kDeg;
-        const int la1 = make.Lat(), lo1 = make.Lon();
-        const int la2 = la1 + make.Offset(range), lo2 = lo1 + make.Offset(range);
+        const int la1 = pick(24 * kDeg, 46 * kDeg), lo1 = pick(122 * kDeg, 146 * kDeg);
+        const int la2 = la1 + pick(-range, range), lo2 = lo1 + pick(-range, range);
         SCOPED_TRACE(std::to_string(la1) + "," + std::to_string(lo1) + " -> " +
                      std::to_string(la2) + "," + std::to_string(lo2));
-        const Result u = Unsigned(la1, lo1, la2, lo2);
+        const Result u = Measure(kUnsigned, la1, lo1, la2, lo2);
         ASSERT_EQ(u.status, 1u);
-        const Result s = Signed(la1, lo1, la2, lo2);
-        const Result w = In256(la1 / 25 * 64, lo1 / 25 * 64, la2 / 25 * 64, lo2 / 25 * 64);
+        const Result s = Measure(kSigned, la1, lo1, la2, lo2);
+        const Result w = Measure(k256, To256(la1), To256(lo1), To256(la2), To256(lo2));
         EXPECT_EQ(s.dist, u.dist);
         EXPECT_EQ(s.dir, u.dir);
         EXPECT_EQ(w.dist, u.dist);
         EXPECT_EQ(w.dir, u.dir);
 
-        const Geo a = FromBase(la1, lo1), b = FromBase(la2, lo2);
-        const double ref = Haversine(a, b);
+        const double a1 = Rad(la1), b1 = Rad(lo1), a2 = Rad(la2), b2 = Rad(lo2);
+        const double s1 = std::sin((a2 - a1) / 2), s2 = std::sin((b2 - b1) / 2);
+        const double ref =
+            2 * kMeanRadius * std::asin(std::sqrt(s1 * s1 + std::cos(a1) * std::cos(a2) * s2 * s2));
         const bool far = std::abs(la1 - la2) > 90000 || std::abs(lo1 - lo2) > 90000;
         EXPECT_LE(std::fabs(u.dist - ref), 0.0025 * ref + (far ? 40 : 5)) << "ref " << ref;
 
-        const double ratio =
-            std::fabs((b.lon - a.lon) * std::cos((a.lat + b.lat) / 2) / (b.lat - a.lat));
-        const bool irregular = (ratio > 17.5 && ratio < 18.6) || (ratio > 44.5 && ratio < 45.7);
-        if (ref >= 1000 && !irregular) {
-            EXPECT_LE(AngleGap(u.dir, BearingDegrees(a, b)), 3.2) << "dir " << u.dir;
-            ++checked;
+        const double ratio = std::fabs((b2 - b1) * std::cos((a1 + a2) / 2) / (a2 - a1));
+        if (ref < 1000 || (ratio > 17.5 && ratio < 18.6) || (ratio > 44.5 && ratio < 45.7)) {
+            continue;
         }
+        const double y = std::sin(b2 - b1) * std::cos(a2);
+        const double x =
+            std::cos(a1) * std::sin(a2) - std::sin(a1) * std::cos(a2) * std::cos(b2 - b1);
+        const double bearing = std::fmod(std::atan2(y, x) * 180 / kPi + 360, 360.0);
+        const double gap = std::fmod(std::fabs(u.dir - bearing), 360.0);
+        EXPECT_LE(std::min(gap, 360 - gap), 3.2) << "dir " << u.dir;
+        ++checked;
     }
     EXPECT_GT(checked, 3500);
-}
-
-TEST(DistanceProperty, FloatingFamilyAgreesWithTheGreatCircle) {
-    // Distance bound, relative 0.5%: the ellipsoid (a = 6378.136 km) has a meridian radius of
-    // 6346-6368 km and a prime-vertical radius of 6382-6389 km between 24 and 46 N, that is
-    // -0.39% to +0.28% against the 6371.0 km sphere; both forms stay inside that band, plus
-    // 1 m of truncation. Azimuth bound, 1.5 degrees: truncation (1) and the reduced latitude
-    // in place of the geodetic one (under 0.2). The plain form's direction is the angle of
-    // (longitude, latitude) differences, checked against that same angle.
-    PairMaker make(7);
-    for (int i = 0; i < 4000; ++i) {
-        int la1 = make.Lat(), lo1 = make.Lon(), la2, lo2;
-        if (i % 2) {  // anywhere in Japan
-            la2 = make.Lat();
-            lo2 = make.Lon();
-        } else {
-            la2 = la1 + make.Offset(kDeg / 4);
-            lo2 = lo1 + make.Offset(kDeg / 4);
-        }
-        if (la1 == la2 || lo1 == lo2) continue;
-        SCOPED_TRACE(std::to_string(la1) + "," + std::to_string(lo1) + " -> " +
-                     std::to_string(la2) + "," + std::to_string(lo2));
-        const int a1 = la1 / 25 * 64, o1 = lo1 / 25 * 64, a2 = la2 / 25 * 64, o2 = lo2 / 25 * 64;
-        const Geo a = FromBase(la1, lo1), b = FromBase(la2, lo2);
-        const double ref = Haversine(a, b);
-
-        const Result f = Form(a1, o1, a2, o2);
-        const Result z = Azi(a1, o1, a2, o2);
-        EXPECT_LE(std::fabs(f.dist - ref), 0.005 * ref + 1) << "ref " << ref;
-        EXPECT_LE(std::fabs(z.dist - ref), 0.005 * ref + 1) << "ref " << ref;
-        if (ref < 1000) continue;
-        EXPECT_LE(AngleGap(z.dir, BearingDegrees(a, b)), 1.5) << "dir " << z.dir;
-        double plain = std::atan2(b.lon - a.lon, b.lat - a.lat) * 180 / kPi;
-        if (plain < 0) plain += 360;
-        EXPECT_LE(AngleGap(f.dir, plain), 1.5) << "dir " << f.dir;
-    }
 }
 
 }  // namespace
