@@ -1,28 +1,20 @@
 // Arrival points: binary search of the 8-byte index entries, records of at most 87 bytes.
 #include "search/SearchArrivalProc.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstring>
 
 #include "foundation/Bytes.h"
+#include "foundation/IndexSearch.h"
+#include "foundation/ReadAt.h"
+#include "foundation/TableFile.h"
 
 namespace {
 
 constexpr const char* kIndexPath = "ARRIVAL/ARV.IDX";
 constexpr const char* kDataPath = "ARRIVAL/ARV.DAT";
-constexpr unsigned long kHeaderSize = 16;
 constexpr unsigned long kEntrySize = 8;
 constexpr unsigned long kMaxRecord = 87;  // name of at most 79 bytes, LF, 3 + 3 + 1
-
-// Closes a descriptor on every way out of a function.
-struct FileCloser {
-    int fd;
-    ~FileCloser() {
-        if (fd >= 0) close(fd);
-    }
-};
+constexpr unsigned long kFields = 7;      // after the LF: longitude, latitude, attribute
 
 }  // namespace
 
@@ -32,53 +24,38 @@ CSearchArrivalProc::~CSearchArrivalProc() {}
 unsigned long CSearchArrivalProc::LoadIndex(int* offset, unsigned long poiId,
                                             unsigned long number) {
     if (offset == nullptr) return 0;
-    FileCloser file{OpenDataFile(kIndexPath)};
-    if (file.fd < 0) return 0;
-    struct stat st;
-    if (fstat(file.fd, &st) != 0 || st.st_size < static_cast<off_t>(kHeaderSize)) return 0;
-    const unsigned long body = static_cast<unsigned long>(st.st_size) - kHeaderSize;
-    const unsigned long n = body / kEntrySize;
-    if (n == 0) return 0;
-
-    unsigned long lo = 0;
-    unsigned long hi = n;
-    unsigned long mid = body / 16;
-    for (;;) {
-        unsigned char entry[kEntrySize];
-        ssize_t got = pread(file.fd, entry, kEntrySize,
-                            static_cast<off_t>(kHeaderSize + kEntrySize * mid));
-        if (got != static_cast<ssize_t>(kEntrySize)) break;
+    TableFile index(kIndexPath, kEntrySize);
+    if (!index.ok() || index.count() == 0) return 0;
+    unsigned char entry[kEntrySize];
+    bool readError = false;
+    const index_search::Result r = index_search::Find(index.count(), [&](uint64_t i) {
+        const long got = index.ReadRange(i, 1, entry);
+        if (got != 1) {
+            readError = got < 0;
+            return index_search::Probe::kUnreadable;
+        }
         int32_t d = static_cast<int32_t>(static_cast<uint32_t>(poiId) - bytes::ReadU32LE(entry));
         if (d == 0) d = static_cast<int32_t>(static_cast<uint32_t>(number) - entry[4]);
-        if (d == 0) {
-            *offset = static_cast<int>(bytes::ReadU24LE(entry + 5));
-            return 1;
-        }
-        unsigned long next;
-        if (d > 0) {
-            next = (mid + hi) / 2;
-            lo = mid;
-        } else {
-            next = (mid + lo) / 2;
-            hi = mid;
-        }
-        if (next == mid) break;
-        mid = next;
-    }
-    *offset = -1;  // no such point (or a short read): still a successful look-up
+        return index_search::FromCompare(d);
+    });
+    if (readError) return 0;
+    // No such point, or a short read: still a successful look-up.
+    *offset = r.found ? static_cast<int>(bytes::ReadU24LE(entry + 5)) : -1;
     return 1;
 }
 
 unsigned long CSearchArrivalProc::LoadData(CLocationData* record, int offset) {
     if (record == nullptr || offset < 0) return 0;
-    FileCloser file{OpenDataFile(kDataPath)};
-    if (file.fd < 0) return 0;
-    unsigned char buf[kMaxRecord];
-    ssize_t got = pread(file.fd, buf, kMaxRecord, offset);
-    if (got <= 0) return 1;  // a short read leaves the record as it was
-    const unsigned char* end = buf + got;
+    io::FileCloser file(OpenDataFile(kDataPath));
+    if (file.fd() < 0) return 0;
+    // One spare zero byte after what was read: a record that lacks only its attribute byte
+    // reads it as 0; one that lacks more is left alone.
+    unsigned char buf[kMaxRecord + 1] = {};
+    const long got = io::ReadAt(file.fd(), buf, kMaxRecord, static_cast<uint64_t>(offset));
+    if (got < 0) return 0;
+    if (got == 0) return 1;  // nothing there: the record stays as it was
     const unsigned char* lf = static_cast<const unsigned char*>(memchr(buf, 0x0A, got));
-    if (lf == nullptr || end - (lf + 1) < 7) return 1;
+    if (lf == nullptr || buf + got + 1 - (lf + 1) < static_cast<long>(kFields)) return 1;
 
     if (record->szName[0] == 0) {
         size_t len = static_cast<size_t>(lf - buf);

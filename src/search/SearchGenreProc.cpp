@@ -2,33 +2,32 @@
 // the windowed reads of the run's POI ids, and the records through the base POI data.
 #include "search/SearchGenreProc.h"
 
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <new>
 
 #include "foundation/Bytes.h"
+#include "foundation/IndexSearch.h"
+#include "foundation/TableFile.h"
+#include "search/GenreFilter.h"
+#include "search/PoiPage.h"
 
 namespace {
 
-constexpr uint32_t kNone = 0x7fffffff;
-constexpr unsigned long kAll = 255;
-constexpr unsigned long kHeaderSize = 16;
+constexpr uint32_t kNone = poi_page::kEmpty;
+constexpr unsigned long kAll = genre::kAny;
+constexpr unsigned long kHeaderSize = table::kHeaderSize;
 constexpr unsigned long kIndexEntry = 12;
 constexpr unsigned long kIdSize = 4;
 constexpr unsigned long kIdsPerRead = 1024;  // ids of one window read
 
-// Levels 1-3 store "all" as 63; level 4 is deliberately never widened, so no entry matches a
-// level-4 key of 255.
-unsigned long WidenLevel(uint32_t v) {
-    return v == 63 ? kAll : v;
-}
-
-// Compares the search key with an index entry, level 1 first: <0, 0 or >0.
+// Compares the search key with an index entry, level 1 first: <0, 0 or >0. Levels 1-3 store
+// "all" as 63; level 4 is deliberately never widened, so no entry matches a level-4 key of 255.
 int CompareKey(const unsigned long key[5], const unsigned char* entry) {
     const uint32_t packed = bytes::ReadU24LE(entry);
-    const unsigned long stored[5] = {WidenLevel((packed >> 18) & 0x3F),
-                                     WidenLevel((packed >> 12) & 0x3F),
-                                     WidenLevel((packed >> 6) & 0x3F), packed & 0x3F, entry[3]};
+    const unsigned long stored[5] = {genre::UnpackLevel(packed, 0), genre::UnpackLevel(packed, 1),
+                                     genre::UnpackLevel(packed, 2), packed & 0x3F, entry[3]};
     for (int level = 0; level < 5; ++level) {
         if (key[level] != stored[level]) return key[level] < stored[level] ? -1 : 1;
     }
@@ -82,36 +81,24 @@ unsigned long CSearchGenreProc::LoadIndex(unsigned long* runStart, unsigned long
     if (runStart == nullptr || runCount == nullptr) return 0;
     if (!OpenGenreFile("idx", key1)) return 0;
     const unsigned long size = GetPackFileSize();
-    const unsigned long n = size < kHeaderSize ? 0 : (size - kHeaderSize) / kIndexEntry;
+    const uint64_t n = table::EntryCount(size, kIndexEntry);
     if (n == 0) {
         ClosePackFolder();
         return 0;
     }
     const unsigned long key[5] = {key1, key2, key3, key4, key5};
-    unsigned long lo = 0;
-    unsigned long hi = n;
-    unsigned long mid = (size - kHeaderSize) / (2 * kIndexEntry);
     unsigned char entry[kIndexEntry];
+    const index_search::Result r = index_search::Find(n, [&](uint64_t i) {
+        if (ReadPackFile(entry, table::EntryOffset(i, kIndexEntry), kIndexEntry) != kIndexEntry) {
+            return index_search::Probe::kUnreadable;
+        }
+        return index_search::FromCompare(CompareKey(key, entry));
+    });
     unsigned long result = 0;
-    for (;;) {
-        if (ReadPackFile(entry, kHeaderSize + kIndexEntry * mid, kIndexEntry) != kIndexEntry) {
-            break;
-        }
-        const int cmp = CompareKey(key, entry);
-        if (cmp == 0) {
-            *runStart = bytes::ReadU32LE(entry + 4);
-            *runCount = bytes::ReadU32LE(entry + 8);
-            result = 1;
-            break;
-        }
-        const unsigned long next = cmp > 0 ? (mid + hi) / 2 : (mid + lo) / 2;
-        if (next == mid) break;
-        if (cmp > 0) {
-            lo = mid;
-        } else {
-            hi = mid;
-        }
-        mid = next;
+    if (r.found) {
+        *runStart = bytes::ReadU32LE(entry + 4);
+        *runCount = bytes::ReadU32LE(entry + 8);
+        result = 1;
     }
     ClosePackFolder();
     return result;
@@ -135,8 +122,11 @@ unsigned long CSearchGenreProc::LoadOffset(unsigned long* ids, unsigned long key
     bool shortRead = false;
     while (i < inRun && !shortRead) {
         const unsigned long want = inRun - i < kIdsPerRead ? inRun - i : kIdsPerRead;
-        const unsigned long at = kHeaderSize + kIdSize * (runStart + start + i);
-        const unsigned long got = ReadPackFile(window, at, want * kIdSize) / kIdSize;
+        const uint64_t at =
+            table::EntryOffset(static_cast<uint64_t>(runStart) + start + i, kIdSize);
+        // Past what an offset can say there is nothing to read: a short read.
+        const unsigned long got =
+            at > ULONG_MAX ? 0 : ReadPackFile(window, static_cast<unsigned long>(at), want * kIdSize) / kIdSize;
         for (unsigned long k = 0; k < got; ++k) ids[i + k] = bytes::ReadU32LE(window + k * kIdSize);
         i += got;
         shortRead = got < want;
@@ -156,20 +146,13 @@ unsigned long CSearchGenreProc::GetID(unsigned long* ids, unsigned long start,
 unsigned long CSearchGenreProc::GetList(CLocationData* out, unsigned long start,
                                         unsigned long count) {
     if (out == nullptr && count != 0) return 0;
-    unsigned long* ids = new (std::nothrow) unsigned long[count];
-    if (ids == nullptr) return 0;
-    for (unsigned long i = 0; i < count; ++i) {
-        out[i].FlushData();
-        ids[i] = kNone;
-    }
-    unsigned long status = LoadOffset(ids, m_dwKey1, m_dwRunStart, m_dwRunCount, start, count);
-    if (status) {
-        for (unsigned long i = 0; i < count && ids[i] != kNone; ++i) {
-            status = CSearchBaseDataProc::SearchProc(&out[i], ids[i]) ? 1 : 0;
-            if (!status) break;
-            out[i].dwRsv = m_dwKey5;
-        }
-    }
-    delete[] ids;
-    return status;
+    poi_page::IdPage page(out, count);
+    if (!page.ok()) return 0;
+    if (!LoadOffset(page.ids(), m_dwKey1, m_dwRunStart, m_dwRunCount, start, count)) return 0;
+    return poi_page::Fill(this, out, page.ids(), count, true, [&](unsigned long i, bool found) {
+               if (found) out[i].dwRsv = m_dwKey5;
+               return found;
+           })
+               ? 1
+               : 0;
 }

@@ -6,28 +6,26 @@
 #include <new>
 
 #include "foundation/Bytes.h"
+#include "search/DistanceSort.h"
 #include "search/GenreFilter.h"
+#include "search/PoiPage.h"
 
 namespace {
 
-constexpr uint32_t kNone = 0x7fffffff;
-constexpr unsigned long kAny = 255;
+constexpr uint32_t kNone = poi_page::kEmpty;
+constexpr unsigned long kAny = genre::kAny;
 constexpr unsigned long kHeaderSize = 16;
 constexpr unsigned long kOffsetEntry = 8;
 constexpr unsigned long kPositionEntry = 13;
 constexpr unsigned long kCountMask = 0x7FFF;  // bit 15 is the completion flag
 constexpr size_t kTextArea = 384;
 
-uint32_t Code6(uint32_t packed, int level) {
-    const uint32_t c = (packed >> (18 - 6 * level)) & 0x3F;
-    return c == 63 ? 255 : c;  // 63 is stored for "none"
-}
-
 bool PassesOffsetEntry(const unsigned char* e, unsigned long g1, unsigned long g2, unsigned long g3,
                        unsigned long g4) {
     const uint32_t packed = bytes::ReadU24LE(e + 4);
-    return genre::Matches(Code6(packed, 0), Code6(packed, 1), Code6(packed, 2), Code6(packed, 3),
-                          g1, g2, g3, g4);
+    return genre::Matches(genre::UnpackLevel(packed, 0), genre::UnpackLevel(packed, 1),
+                          genre::UnpackLevel(packed, 2), genre::UnpackLevel(packed, 3), g1, g2, g3,
+                          g4);
 }
 
 // The sortable list's filter: a first level of 255 lets every entry through, whatever the
@@ -59,9 +57,22 @@ bool TextContains(const char* area, const unsigned char* text) {
     return false;
 }
 
-bool Less(const CPOIIndexData& a, const CPOIIndexData& b) {
-    return a.dwDistance < b.dwDistance || (a.dwDistance == b.dwDistance && a.dwID < b.dwID);
-}
+// The sortable list in distance order.
+struct IndexSeq {
+    using Elem = CPOIIndexData;
+    CPOIIndexData* v;
+    Elem Load(long i) const { return v[i]; }
+    const Elem& At(long i) const { return v[i]; }
+    void Store(long i, const Elem& e) { v[i] = e; }
+    void Swap(long i, long j) {
+        const CPOIIndexData t = v[i];
+        v[i] = v[j];
+        v[j] = t;
+    }
+    static bool Before(const CPOIIndexData& a, const CPOIIndexData& b) {
+        return distance_sort::Before(a.dwDistance, a.dwID, b.dwDistance, b.dwID);
+    }
+};
 
 }  // namespace
 
@@ -218,23 +229,8 @@ void CSearchKanaProcMA::DistanceSortList(unsigned long keep, int lat, int lon) {
 
 void CSearchKanaProcMA::SortDistanceSub(CPOIIndexData* list, long lo, long hi) {
     if (list == nullptr || lo >= hi) return;
-    while (lo < hi) {
-        const CPOIIndexData pivot = list[lo + 1 + (hi - lo) / 2];
-        long i = lo;
-        long j = hi;
-        for (;;) {
-            while (Less(list[i], pivot)) ++i;
-            while (Less(pivot, list[j])) --j;
-            if (j <= i) break;
-            const CPOIIndexData t = list[i];
-            list[i] = list[j];
-            list[j] = t;
-            ++i;
-            --j;
-        }
-        if (lo < i) SortDistanceSub(list, lo, i - 1);
-        lo = i;
-    }
+    IndexSeq seq{list};
+    distance_sort::QuickSort(seq, lo, hi, 0);
 }
 
 bool CSearchKanaProcMA::LoadOffset(unsigned long* ids, unsigned long start, unsigned long count) {
@@ -254,24 +250,15 @@ bool CSearchKanaProcMA::ListRecords(CLocationData* out, unsigned long start, uns
                                     bool sorted) {
     if (count == 0) return true;
     if (out == nullptr) return false;
-    unsigned long* ids = new (std::nothrow) unsigned long[count];
-    if (ids == nullptr) return false;
-    for (unsigned long i = 0; i < count; ++i) {
-        ids[i] = kNone;
-        out[i].FlushData();
-    }
+    poi_page::IdPage page(out, count);
+    if (!page.ok()) return false;
     if (sorted) {
-        LoadOffset2(ids, start, count);
+        LoadOffset2(page.ids(), start, count);
     } else {
-        LoadOffset(ids, start, count);
+        LoadOffset(page.ids(), start, count);
     }
-    bool result = true;
-    for (unsigned long i = 0; i < count && ids[i] != kNone; ++i) {
-        result = CSearchBaseDataProc::SearchProc(&out[i], ids[i]);
-        if (!result) break;
-    }
-    delete[] ids;
-    return result;
+    return poi_page::Fill(this, out, page.ids(), count, true,
+                          [](unsigned long, bool found) { return found; });
 }
 
 bool CSearchKanaProcMA::GetList(CLocationData* out, unsigned long start, unsigned long count) {

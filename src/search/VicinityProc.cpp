@@ -11,7 +11,12 @@
 #include <memory>
 #include <new>
 
+#include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
+#include "search/DistanceSort.h"
+#include "search/GenreFilter.h"
+#include "search/MeshGeometry.h"
+#include "search/PoiPage.h"
 
 namespace {
 
@@ -19,18 +24,19 @@ constexpr int kMaxRadius = 5000;  // 50 km
 constexpr int kWideningRadii[] = {200, 500, 1000, 1500, 2000};
 constexpr unsigned long kWantedHits = 200;  // the widening stops at this many
 constexpr int kCheckRadius = 2000;          // genre check: 20 km
-constexpr int kCheckHalfWidth = 2162;       // 2000 * 80 / 74
-constexpr int kClasses = 32;
-constexpr unsigned long kAny = 255;
+// Half side of the search square in cells: the radius in units of 10 m times 80 / 74.
+constexpr long long kHalfWidthNum = 80;
+constexpr long long kHalfWidthDen = 74;
+constexpr int kCheckHalfWidth = static_cast<int>(kCheckRadius * kHalfWidthNum / kHalfWidthDen);
+static_assert(kCheckHalfWidth == 2162, "the genre check's square");
+constexpr int kClasses = 32;  // genre classes, one bit each in a mask
+constexpr unsigned long kAny = genre::kAny;
 
-constexpr long long kMeshCells = 8000;  // rows and columns of a primary mesh
-constexpr int kNorth = 100;             // mesh code step to the northern neighbour
-constexpr int kEast = 1;                // and to the eastern one
+constexpr long long kMeshCells = mesh::kCells;
 constexpr unsigned long kHeaderSize = 16;
 constexpr unsigned long kRecordSize = 10;
+constexpr unsigned long kKeySize = 4;        // the leading key of a record
 constexpr unsigned long kChunkSize = 10000;  // 1000 records per read
-constexpr unsigned long kCentreLat = 15;     // half a cell, 1/100 arc-second
-constexpr unsigned long kCentreLng = 22;
 constexpr int kInsertionSpan = 10;  // spans up to this are insertion-sorted
 
 enum Visit { kFail = 0, kNext = 1, kEndFile = 2 };
@@ -43,7 +49,7 @@ bool LevelMatches(unsigned long want, unsigned long code) {
 
 // Half-width of the search square in cells, kept in range for any radius.
 int32_t HalfWidthOf(int radius) {
-    long long r = static_cast<long long>(radius) * 80 / 74;
+    long long r = static_cast<long long>(radius) * kHalfWidthNum / kHalfWidthDen;
     return static_cast<int32_t>(std::clamp<long long>(r, INT_MIN, INT_MAX));
 }
 
@@ -51,26 +57,12 @@ int ClampInt(long long v) {
     return static_cast<int>(std::clamp<long long>(v, INT_MIN, INT_MAX));
 }
 
-// ---- distance order ----
-
-// What the sort compares, and where the hit came from.
+// Hit order (distance, then id) over sort keys in a plain array.
 struct SortKey {
     uint32_t dist;
     uint32_t id;
-    uint32_t index;
+    uint32_t index;  // where the hit came from
 };
-
-inline bool Before(uint32_t d1, uint32_t id1, uint32_t d2, uint32_t id2) {
-    return d1 < d2 || (d1 == d2 && id1 < id2);
-}
-inline bool Before(const SortKey& a, const SortKey& b) {
-    return Before(a.dist, a.id, b.dist, b.id);
-}
-inline bool Before(const CLocationData& a, const CLocationData& b) {
-    return Before(a.dwDistance, a.dwRefID, b.dwDistance, b.dwRefID);
-}
-
-// Sort keys in a plain array.
 struct KeySeq {
     using Elem = SortKey;
     SortKey* v;
@@ -78,9 +70,12 @@ struct KeySeq {
     const Elem& At(long i) const { return v[i]; }
     void Store(long i, const Elem& e) { v[i] = e; }
     void Swap(long i, long j) { std::swap(v[i], v[j]); }
+    static bool Before(const SortKey& a, const SortKey& b) {
+        return distance_sort::Before(a.dist, a.id, b.dist, b.id);
+    }
 };
 
-// The hit records themselves (used when the key array cannot be allocated).
+// The hit records themselves (used when the key array cannot be allocated, and by CombSort).
 struct RecordSeq {
     using Elem = CLocationData;
     CArrayData<CLocationData>* a;
@@ -90,51 +85,10 @@ struct RecordSeq {
     void Swap(long i, long j) {
         a->Swap(static_cast<unsigned long>(i), static_cast<unsigned long>(j));
     }
+    static bool Before(const CLocationData& a, const CLocationData& b) {
+        return distance_sort::Before(a.dwDistance, a.dwRefID, b.dwDistance, b.dwRefID);
+    }
 };
-
-// Insertion sort from the back: each element, taken out from hi - 1 down to lo, lets the
-// following elements that are ordered before it move down one place.
-template <typename Seq>
-void InsertionSort(Seq& s, long lo, long hi) {
-    for (long j = hi - 1; j >= lo; --j) {
-        typename Seq::Elem e = s.Load(j);
-        long k = j + 1;
-        for (; k <= hi && Before(s.At(k), e); ++k) s.Store(k - 1, s.Load(k));
-        s.Store(k - 1, e);
-    }
-}
-
-// Quicksort with the pivot one past the middle (deliberate: with the split [lo, i-1], [i, hi]
-// it guarantees progress). The two halves are disjoint, so sorting the smaller one first and
-// looping on the larger gives the same result with a stack depth of log n.
-template <typename Seq>
-void QuickSort(Seq& s, long lo, long hi) {
-    while (lo < hi) {
-        if (hi - lo <= kInsertionSpan) {
-            InsertionSort(s, lo, hi);
-            return;
-        }
-        const typename Seq::Elem pivot = s.Load((lo + hi) / 2 + 1);
-        long i = lo;
-        long j = hi;
-        for (;;) {
-            while (i < hi && Before(s.At(i), pivot)) ++i;
-            while (j > lo && Before(pivot, s.At(j))) --j;
-            if (j <= i) break;
-            s.Swap(i, j);
-            ++i;
-            --j;
-        }
-        if (i <= lo) i = lo + 1;  // cannot happen with a pivot inside the span; keeps progress
-        if (i - lo < hi - i + 1) {
-            QuickSort(s, lo, i - 1);
-            lo = i;
-        } else {
-            QuickSort(s, i, hi);
-            hi = i - 1;
-        }
-    }
-}
 
 }  // namespace
 
@@ -156,37 +110,26 @@ CVicinityProc::~CVicinityProc() {}
 
 void CVicinityProc::ConvLatLngtoMeche(int* mesh, int* y, int* x, unsigned long lat,
                                       unsigned long lng) {
-    // 32-bit arithmetic throughout, as coordinates are 32-bit values.
-    const uint32_t la = static_cast<uint32_t>(lat);
-    const uint32_t L = la / 10;
-    const uint32_t G = static_cast<uint32_t>(lng) / 10 - 36000000u;  // from 100 degrees east
-    const uint32_t a = L % 240000;
-    const uint32_t b = G % 360000;
-    if (mesh != nullptr) *mesh = static_cast<int>(G / 360000 + (la / 2400000) * 100);
-    if (y != nullptr) {
-        *y = static_cast<int>((a / 30000) * 1000 + ((a % 30000) / 3000) * 100 +
-                              ((a % 3000) / 300) * 10 + (a % 300) / 30);
-    }
-    if (x != nullptr) {
-        *x = static_cast<int>((b / 45000) * 1000 + ((b % 45000) / 4500) * 100 +
-                              ((b % 4500) / 450) * 10 + (b % 450) / 45);
-    }
+    // 32-bit arithmetic throughout, as coordinates are 32-bit values; a longitude west of the
+    // mesh origin wraps, as it does on the unit.
+    const uint32_t L = static_cast<uint32_t>(lat) / 10;
+    const uint32_t G = static_cast<uint32_t>(lng) / 10 - mesh::kWestEdge;
+    if (mesh != nullptr) *mesh = static_cast<int>(G / mesh::kWidth + (L / mesh::kHeight) * 100);
+    if (y != nullptr) *y = static_cast<int>(mesh::NestedIndex(L % mesh::kHeight, mesh::kCellHeight));
+    if (x != nullptr) *x = static_cast<int>(mesh::NestedIndex(G % mesh::kWidth, mesh::kCellWidth));
 }
 
 void CVicinityProc::ConvMechetoLatLng(unsigned long* lat, unsigned long* lng, unsigned long mesh,
                                       unsigned long key) {
-    unsigned long d[8];
-    unsigned long k = key;
-    for (int i = 7; i >= 0; --i) {
-        d[i] = k % 10;
-        k /= 10;
-    }
+    // Only the key's last eight digits count: four of the row, four of the column.
+    const uint32_t row = static_cast<uint32_t>(key / 10000 % 10000);
+    const uint32_t column = static_cast<uint32_t>(key % 10000);
     if (lat != nullptr) {
-        *lat = (mesh / 100) * 240000 + d[0] * 30000 + d[1] * 3000 + d[2] * 300 + d[3] * 30;
+        *lat = (mesh / 100) * mesh::kHeight + mesh::NestedOffset(row, mesh::kCellHeight);
     }
     if (lng != nullptr) {
-        *lng =
-            36000000 + (mesh % 100) * 360000 + d[4] * 45000 + d[5] * 4500 + d[6] * 450 + d[7] * 45;
+        *lng = mesh::kWestEdge + (mesh % 100) * mesh::kWidth +
+               mesh::NestedOffset(column, mesh::kCellWidth);
     }
 }
 
@@ -208,15 +151,15 @@ int CVicinityProc::GetSearchPoint(int* offset, int row, int column) {
         *offset = -1;
         return 1;
     }
-    const long long target = static_cast<long long>(row) * 10000 + std::max(column, 0);
+    const long long target = static_cast<long long>(row) * mesh::kRowFactor + std::max(column, 0);
     long long s = 1;
     while (s * 2 <= n) s *= 2;
     long long i = s - 1;
     while (s != 0) {
         if (i < n) {
             unsigned char key[4];
-            if (ReadPackFile(key, kHeaderSize + static_cast<unsigned long>(i) * kRecordSize, 4) !=
-                4) {
+            if (ReadPackFile(key, kHeaderSize + static_cast<unsigned long>(i) * kRecordSize,
+                             kKeySize) != kKeySize) {
                 return 0;
             }
             s /= 2;
@@ -242,7 +185,7 @@ int CVicinityProc::ScanFile(int y, int x, int offset, Visit visit) {
     const long long xmin = std::max<long long>(x - r, 0);
     const long long xmax = std::min<long long>(x + r, kMeshCells - 1);
     const long long top = y + r >= kMeshCells ? kMeshCells - 1 : y + r;
-    const long long endKey = top * 10000 + xmax;
+    const long long endKey = top * mesh::kRowFactor + xmax;
 
     unsigned char chunk[kChunkSize];
     for (unsigned long pos = static_cast<unsigned long>(offset); pos < size; pos += kChunkSize) {
@@ -252,7 +195,7 @@ int CVicinityProc::ScanFile(int y, int x, int offset, Visit visit) {
             const unsigned char* rec = chunk + at;
             const int32_t key = bytes::ReadI32LE(rec);
             if (key > endKey || m_blStop) return 1;
-            const long long column = key % 10000;  // negative for a negative key: skipped
+            const long long column = key % mesh::kRowFactor;  // negative for a negative key: skipped
             if (column < xmin || column > xmax) continue;
             switch (visit(key, rec[4], rec[5], bytes::ReadU32LE(rec + 6))) {
                 case kFail:
@@ -279,14 +222,14 @@ int CVicinityProc::VisitMeshes(unsigned long genre, int mesh, int y, int x, Scan
     bool northToo = false;
     bool eastToo = false;
     if (y - r < 0) {
-        sw -= kNorth;
+        sw -= mesh::kNorthStep;
         sy += kMeshCells;
         northToo = true;
     } else if (y + r > kMeshCells - 1) {
         northToo = true;
     }
     if (x - r < 0) {
-        sw -= kEast;
+        sw -= mesh::kEastStep;
         sx += kMeshCells;
         eastToo = true;
     } else if (x + r > kMeshCells - 1) {
@@ -298,10 +241,10 @@ int CVicinityProc::VisitMeshes(unsigned long genre, int mesh, int y, int x, Scan
     } targets[4];
     int n = 0;
     targets[n++] = {sw, sy, sx, true};
-    if (northToo) targets[n++] = {sw + kNorth, sy - kMeshCells, sx, false};
-    if (eastToo) targets[n++] = {sw + kEast, sy, sx - kMeshCells, true};
+    if (northToo) targets[n++] = {sw + mesh::kNorthStep, sy - kMeshCells, sx, false};
+    if (eastToo) targets[n++] = {sw + mesh::kEastStep, sy, sx - kMeshCells, true};
     if (northToo && eastToo)
-        targets[n++] = {sw + kNorth + kEast, sy - kMeshCells, sx - kMeshCells, false};
+        targets[n++] = {sw + mesh::kNorthStep + mesh::kEastStep, sy - kMeshCells, sx - kMeshCells, false};
 
     for (int k = 0; k < n; ++k) {
         const Target& t = targets[k];
@@ -344,7 +287,7 @@ int CVicinityProc::DataCheck(CArrayData<CLocationData>* array, int mesh, int y, 
         unsigned long dist;
         unsigned long dir;
         // A point the distance table cannot measure (far outside Japan) is not a hit.
-        if (!CalcDistance(&dist, &dir, lat0, lng0, lat + kCentreLat, lng + kCentreLng))
+        if (!CalcDistance(&dist, &dir, lat0, lng0, lat + mesh::kCentreLat, lng + mesh::kCentreLng))
             return kNext;
         if (static_cast<long long>(dist) > reach) return kNext;
         hit.dwRefID = id;
@@ -415,10 +358,10 @@ void CVicinityProc::DataSort(int lo, int hi) {
     const long count = static_cast<long>(m_Array.GetCount());
     if (lo < 0 || hi >= count || hi <= lo) return;
     const long n = static_cast<long>(hi) - lo + 1;
-    std::unique_ptr<SortKey[]> keys(new (std::nothrow) SortKey[n]);
+    std::unique_ptr<SortKey[]> keys(alloc::NewArray<SortKey>(static_cast<uint64_t>(n)));
     if (!keys) {
         RecordSeq seq{&m_Array};  // slow but needs no memory
-        QuickSort(seq, lo, hi);
+        distance_sort::QuickSort(seq, lo, hi, kInsertionSpan);
         return;
     }
     for (long k = 0; k < n; ++k) {
@@ -426,7 +369,7 @@ void CVicinityProc::DataSort(int lo, int hi) {
         keys[k] = {h->dwDistance, h->dwRefID, static_cast<uint32_t>(k)};
     }
     KeySeq seq{keys.get()};
-    QuickSort(seq, 0, n - 1);
+    distance_sort::QuickSort(seq, 0, n - 1, kInsertionSpan);
     // Keys and records are moved by the same comparisons, so applying the key permutation
     // leaves the records exactly where sorting them directly would. Follow its cycles.
     constexpr uint32_t kPlaced = UINT32_MAX;
@@ -464,7 +407,7 @@ void CVicinityProc::CombSort(int n) {
         for (long i = 0; i + gap < len; ++i) {
             const CLocationData* a = m_Array.GetAt(static_cast<unsigned long>(i));
             const CLocationData* b = m_Array.GetAt(static_cast<unsigned long>(i + gap));
-            if (Before(*b, *a)) {
+            if (RecordSeq::Before(*b, *a)) {
                 m_Array.Swap(static_cast<unsigned long>(i), static_cast<unsigned long>(i + gap));
                 swapped = true;
             }
@@ -478,16 +421,21 @@ unsigned long CVicinityProc::GetList(CLocationData* out, unsigned long start, un
     const unsigned long hits = m_Array.GetCount();
     if (out == nullptr) return 1;
     count = start >= hits ? 0 : std::min(count, hits - start);
-    for (unsigned long k = 0; k < count; ++k) out[k].FlushData();
+    poi_page::IdPage page(out, count);
+    if (!page.ok()) return 1;
     for (unsigned long k = 0; k < count; ++k) {
         const CLocationData* h = m_Array.dwCapacity != 0 ? m_Array.GetAt(start + k) : nullptr;
-        const bool found = CSearchBaseDataProc::SearchProc(&out[k], h != nullptr ? h->dwRefID : 0);
+        page.ids()[k] = h != nullptr ? h->dwRefID : 0;
+    }
+    // Distance and direction go in even when the POI is not found; that ends the page.
+    poi_page::Fill(this, out, page.ids(), count, false, [&](unsigned long k, bool found) {
+        const CLocationData* h = m_Array.dwCapacity != 0 ? m_Array.GetAt(start + k) : nullptr;
         if (h != nullptr) {
             out[k].dwDistance = h->dwDistance;
             out[k].dwDirection = h->dwDirection;
         }
-        if (!found) break;
-    }
+        return found;
+    });
     return 1;
 }
 
@@ -513,8 +461,8 @@ int CVicinityProc::GenreEnabledCheck(unsigned long* mask, int mesh, int y, int x
         ConvMechetoLatLng(&lat, &lng, static_cast<unsigned long>(mesh),
                           static_cast<unsigned long>(key));
         if (centre) {
-            lat += kCentreLat;
-            lng += kCentreLng;
+            lat += mesh::kCentreLat;
+            lng += mesh::kCentreLng;
         }
         unsigned long dist;
         unsigned long dir;
