@@ -2,46 +2,51 @@
 // the bookmarked paged scan.
 #include "search/SearchBaseDataProc.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstring>
-#include <new>
+#include <memory>
 
+#include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
+#include "foundation/ReadAt.h"
+#include "foundation/TableFile.h"
 #include "search/GenreFilter.h"
 
 namespace {
 
 constexpr uint32_t kNone = 0x7fffffff;
-constexpr unsigned long kHeaderSize = 16;
 constexpr unsigned long kIndexEntry = 5;
 constexpr unsigned long kContainerEntry = 3;
 constexpr unsigned long kPerContainer = 500;
 constexpr unsigned long kCountFlag = 0x8000;  // kana index flag, never part of a count
-// 500 records with 16-bit offsets stay far below this; a larger size is a damaged header.
-constexpr unsigned long kMaxContainer = 64UL << 20;
+// The file numbers: the half-width katakana 0xA6 and 0xB1-0xDD that readings begin with.
+constexpr unsigned long kFileWo = 0xA6;
+constexpr unsigned long kFirstKanaFile = 0xB1;
+constexpr unsigned long kLastKanaFile = 0xDD;
+// A record: text of at most 383 bytes, its line feed, telephone number, two coordinates and
+// the flag byte.
+constexpr unsigned long kMaxText = 383;
+constexpr unsigned long kFields = 4 + 3 + 3 + 1;
+constexpr unsigned long kMaxRecord = kMaxText + 1 + kFields;
+// Record offsets are 16-bit, so nothing past the last offset's longest record can be read: a
+// container that decodes to more is damaged (and would only cost time and memory).
+constexpr unsigned long kMaxContainer = 0xFFFF + kMaxRecord;
 
-bool ValidFile(unsigned long f) { return f == 166 || (f >= 177 && f <= 221); }
-
-// Opens BASE/B<f>.<ext> through the database/SD fallback; -1 when the database is switched off.
-int OpenBaseFile(unsigned long f, const char* ext) {
-    if (!CCommonProc::IsDBEnabled()) return -1;
-    char rel[64];
-    snprintf(rel, sizeof(rel), "%s/%s%03lu.%s", "BASE", "B", f, ext);
-    return CCommonProc::OpenDataFile(rel);
+bool ValidFile(unsigned long f) {
+    return f == kFileWo || (f >= kFirstKanaFile && f <= kLastKanaFile);
 }
 
-unsigned long EntriesOf(int fd, unsigned long entrySize) {
-    struct stat st;
-    if (fstat(fd, &st) != 0 || st.st_size < static_cast<off_t>(kHeaderSize)) return 0;
-    return (static_cast<unsigned long>(st.st_size) - kHeaderSize) / entrySize;
+// The name of BASE/B<f>.<ext> under a data root, or null when the database is switched off
+// (then neither path is tried).
+const char* BaseFileName(char (&rel)[32], unsigned long f, const char* ext) {
+    if (!CCommonProc::IsDBEnabled()) return nullptr;
+    snprintf(rel, sizeof(rel), "%s/%s%03lu.%s", "BASE", "B", f, ext);
+    return rel;
 }
 
 // One decoded index entry.
 struct IndexEntry {
-    uint32_t genre[4];
+    uint32_t genre[genre::kPackedLevels];
     uint32_t offset;
 };
 
@@ -49,38 +54,27 @@ struct IndexEntry {
 // cost one read per few hundred entries instead of one per entry.
 class IndexFile {
 public:
-    explicit IndexFile(unsigned long f) : fd_(OpenBaseFile(f, "IDX")) {
-        if (fd_ >= 0) count_ = EntriesOf(fd_, kIndexEntry);
-    }
-    ~IndexFile() {
-        if (fd_ >= 0) close(fd_);
-    }
-    bool ok() const { return fd_ >= 0; }
-    unsigned long count() const { return count_; }
+    explicit IndexFile(unsigned long f) : table_(BaseFileName(rel_, f, "IDX"), kIndexEntry) {}
+    bool ok() const { return table_.ok(); }
+    uint64_t count() const { return table_.count(); }
 
     // A single entry, read on its own (look-ups by id).
-    bool ReadOne(unsigned long rec, IndexEntry* e) {
-        if (rec >= count_) return false;
+    bool ReadOne(uint64_t rec, IndexEntry* e) {
         unsigned char p[kIndexEntry];
-        if (pread(fd_, p, kIndexEntry, static_cast<off_t>(kHeaderSize + rec * kIndexEntry)) !=
-            static_cast<ssize_t>(kIndexEntry)) {
-            return false;
-        }
+        if (!table_.Read(rec, p)) return false;
         Decode(p, e);
         return true;
     }
 
     // An entry of a scan, served from the window.
-    bool Read(unsigned long rec, IndexEntry* e) {
-        if (rec >= count_) return false;
+    bool Read(uint64_t rec, IndexEntry* e) {
+        if (rec >= count()) return false;
         if (rec < first_ || rec >= first_ + loaded_) {
             // Centre the window on rec so that forward and backward scans both profit.
-            unsigned long start = rec > kWindow / 2 ? rec - kWindow / 2 : 0;
-            ssize_t got = pread(fd_, window_, sizeof(window_),
-                                static_cast<off_t>(kHeaderSize + start * kIndexEntry));
-            if (got < 0) got = 0;
+            const uint64_t start = rec > kWindow / 2 ? rec - kWindow / 2 : 0;
+            const long got = table_.ReadRange(start, kWindow, window_);
             first_ = start;
-            loaded_ = static_cast<unsigned long>(got) / kIndexEntry;
+            loaded_ = got > 0 ? static_cast<uint64_t>(got) : 0;
             if (rec >= first_ + loaded_) return false;
         }
         Decode(window_ + (rec - first_) * kIndexEntry, e);
@@ -89,19 +83,18 @@ public:
 
 private:
     static void Decode(const unsigned char* p, IndexEntry* e) {
-        uint32_t codes = bytes::ReadU24LE(p);
-        for (int level = 0; level < 4; ++level) {
-            uint32_t c = (codes >> (18 - 6 * level)) & 0x3F;
-            e->genre[level] = c == 63 ? 255 : c;  // 63 is stored for "none"
+        const uint32_t codes = bytes::ReadU24LE(p);
+        for (int level = 0; level < genre::kPackedLevels; ++level) {
+            e->genre[level] = genre::UnpackLevel(codes, level);
         }
         e->offset = bytes::ReadU16LE(p + 3);
     }
 
-    static constexpr unsigned long kWindow = 820;
-    int fd_;
-    unsigned long count_ = 0;
-    unsigned long first_ = 0;
-    unsigned long loaded_ = 0;
+    static constexpr uint64_t kWindow = 820;
+    char rel_[32];
+    TableFile table_;
+    uint64_t first_ = 0;
+    uint64_t loaded_ = 0;
     unsigned char window_[kWindow * kIndexEntry];
 };
 
@@ -161,18 +154,13 @@ bool CSearchBaseDataProc::LoadIndex(unsigned long* offset, CPoiData* poi, unsign
 bool CSearchBaseDataProc::LoadContainerOffset(unsigned long* start, unsigned long* size,
                                               unsigned long fileNo, unsigned long rec) {
     if (start == nullptr || size == nullptr || !ValidFile(fileNo)) return false;
-    int fd = OpenBaseFile(fileNo, "CNT");
-    if (fd < 0) return false;
-    const unsigned long k = rec / kPerContainer;
+    char rel[32];
+    TableFile table(BaseFileName(rel, fileNo, "CNT"), kContainerEntry);
+    // Container k runs from entry k to entry k + 1: both must be in the table.
     unsigned char pair[2 * kContainerEntry];
-    bool ok = k < EntriesOf(fd, kContainerEntry) &&
-              pread(fd, pair, sizeof(pair),
-                    static_cast<off_t>(kHeaderSize + k * kContainerEntry)) ==
-                  static_cast<ssize_t>(sizeof(pair));
-    close(fd);
-    if (!ok) return false;
-    uint32_t first = bytes::ReadU24LE(pair);
-    uint32_t next = bytes::ReadU24LE(pair + kContainerEntry);
+    if (!table.ok() || table.ReadRange(rec / kPerContainer, 2, pair) != 2) return false;
+    const uint32_t first = bytes::ReadU24LE(pair);
+    const uint32_t next = bytes::ReadU24LE(pair + kContainerEntry);
     if (next < first) return false;  // damaged table
     *start = first;
     *size = next - first;
@@ -184,25 +172,27 @@ bool CSearchBaseDataProc::LoadData(unsigned long fileNo, unsigned long start, un
     m_pContainer = nullptr;
     m_dwContainerLen = 0;
     if (!ValidFile(fileNo) || size == 0) return false;
-    int fd = OpenBaseFile(fileNo, "DAT");
-    if (fd < 0) return false;
-    unsigned char* block = nullptr;
-    unsigned long got = LoadFile(&fd, &block, start, size);
-    close(fd);
-    if (got != size) {
-        delete[] block;
+    char rel[32];
+    const char* name = BaseFileName(rel, fileNo, "DAT");
+    io::FileCloser file(name != nullptr ? OpenDataFile(name) : -1);
+    if (file.fd() < 0) return false;
+    // A block that the file does not hold would be a short read: refused before the buffer
+    // is allocated.
+    const int64_t fileSize = io::FileSize(file.fd());
+    if (fileSize < 0 || static_cast<uint64_t>(start) + size > static_cast<uint64_t>(fileSize)) {
         return false;
     }
-    unsigned long n = Decode(nullptr, block, size);
-    unsigned char* out = nullptr;
-    if (n != 0 && n <= kMaxContainer) out = new (std::nothrow) unsigned char[n + 1];
-    unsigned long decoded = 0;
-    if (out != nullptr) {
-        memset(out, 0, n + 1);
-        decoded = Decode(out, block, size);
-    }
-    delete[] block;
-    if (decoded == 0) {
+    std::unique_ptr<unsigned char[]> block(alloc::NewArray<unsigned char>(size));
+    if (!block || !io::ReadExactly(file.fd(), block.get(), size, start)) return false;
+    // The decoded size plus one zeroed byte: a record at the very end that lacks only its
+    // flag byte reads the spare zero as its flags.
+    const unsigned long n = Decode(nullptr, block.get(), size);
+    if (n == 0 || n > kMaxContainer) return false;
+    unsigned char* out = alloc::NewArray<unsigned char>(static_cast<uint64_t>(n) + 1);
+    if (out == nullptr) return false;
+    memset(out, 0, n + 1);
+    const unsigned long decoded = Decode(out, block.get(), size);
+    if (decoded == 0 || decoded > n) {
         delete[] out;
         return false;
     }
@@ -217,9 +207,9 @@ bool CSearchBaseDataProc::GetData(CPoiData* poi, unsigned long offset) {
     poi->lLon = 0;
     poi->lLat = 0;
     const unsigned char* p = m_pContainer + offset;
-    const unsigned char* end = m_pContainer + m_dwContainerLen;
+    const unsigned char* end = m_pContainer + m_dwContainerLen;  // the spare zero byte follows
     const unsigned char* lf = static_cast<const unsigned char*>(memchr(p, 0x0A, end - p));
-    if (lf == nullptr || end - (lf + 1) < 11) return false;
+    if (lf == nullptr || (end + 1) - (lf + 1) < static_cast<long>(kFields)) return false;
     // The text must fit the text area; longer text from damaged data is cut, keeping its end.
     size_t len = static_cast<size_t>(lf - p);
     if (len > sizeof(poi->szName) - 2) len = sizeof(poi->szName) - 2;
@@ -269,13 +259,13 @@ unsigned long CSearchBaseDataProc::GetRefinedTotal(unsigned long firstId, unsign
     IndexFile index(f);
     if (!index.ok()) return 0;
     const unsigned long start = firstId & 0xFFFFFF;
-    const unsigned long end = start + (count & ~kCountFlag);
+    const uint64_t end = static_cast<uint64_t>(start) + (count & ~kCountFlag);
     if (end > index.count()) return 0;
     ResetBookmark();
     unsigned long total = 0;
     IndexEntry e;
     for (unsigned long rec = start; rec < end; ++rec) {
-        if (!index.Read(rec, &e)) break;
+        if (!index.Read(rec, &e)) return 0;  // a read error, not the range's end
         if (Passes(e, g1, g2, g3, g4)) ++total;
     }
     return total;
@@ -292,7 +282,7 @@ bool CSearchBaseDataProc::LoadIndex(unsigned long* recs, unsigned long* offsets,
     if (listCount == 0) return true;
     IndexFile index(fileNo);
     if (!index.ok()) return false;
-    const unsigned long end = rangeStart + (rangeCount & ~kCountFlag);
+    const uint64_t end = static_cast<uint64_t>(rangeStart) + (rangeCount & ~kCountFlag);
     if (end > index.count()) return false;
 
     auto store = [&](unsigned long slot, unsigned long rec, const IndexEntry& e) {
@@ -316,7 +306,11 @@ bool CSearchBaseDataProc::LoadIndex(unsigned long* recs, unsigned long* offsets,
         unsigned long target = listStart + listCount - 1;
         long slot = static_cast<long>(listCount) - 1;
         for (unsigned long rec = m_dwMarkRecord;; --rec) {
-            if (index.Read(rec, &e) && Passes(e, g1, g2, g3, g4)) {
+            // A bookmark of another file's listing may lie past this index: such entries are
+            // skipped; a read error inside it fails.
+            const bool held = rec < index.count();
+            if (held && !index.Read(rec, &e)) return false;
+            if (held && Passes(e, g1, g2, g3, g4)) {
                 if (counter == target) {
                     store(static_cast<unsigned long>(slot), rec, e);
                     if (counter % listCount == 0) markHere(rec, counter);
@@ -348,7 +342,7 @@ bool CSearchBaseDataProc::LoadIndex(unsigned long* recs, unsigned long* offsets,
     }
     unsigned long filled = 0;
     for (; rec < end && filled < listCount; ++rec) {
-        if (!index.Read(rec, &e)) break;
+        if (!index.Read(rec, &e)) return false;
         if (!Passes(e, g1, g2, g3, g4)) continue;
         if (counter == listStart) {
             store(filled++, rec, e);
@@ -369,9 +363,10 @@ bool CSearchBaseDataProc::GetList(CLocationData* out, unsigned long firstId, uns
     const unsigned long f = (firstId >> 24) & 0xFF;
     if (!ValidFile(f)) return false;
 
-    unsigned long* recs = new (std::nothrow) unsigned long[listCount];
-    unsigned long* offsets = new (std::nothrow) unsigned long[listCount];
-    CPoiData* work = new (std::nothrow) CPoiData[listCount];
+    // A count no allocation can hold is refused here, not thrown.
+    unsigned long* recs = alloc::NewArray<unsigned long>(listCount);
+    unsigned long* offsets = alloc::NewArray<unsigned long>(listCount);
+    CPoiData* work = alloc::NewArray<CPoiData>(listCount);
     bool result = false;
     if (recs != nullptr && offsets != nullptr && work != nullptr) {
         for (unsigned long i = 0; i < listCount; ++i) {
