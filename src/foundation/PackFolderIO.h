@@ -32,6 +32,12 @@ protected:
     // As LoadPackFile, but into the caller's buffer of at least `size` bytes (the whole rest
     // of the file when size is 0): no allocation per read. Returns the bytes read.
     unsigned long ReadPackFile(unsigned char* dst, unsigned long offset, unsigned long size);
+    // ReadPackFile at a 64-bit offset, for tables whose offsets are computed in 64 bits: an
+    // offset that unsigned long cannot carry lies past every packed file. Size 0 reads nothing.
+    SP_LOCAL unsigned long ReadPackAt(uint64_t offset, uint64_t size, unsigned char* dst);
+    // Bytes read of n entries of `entrySize` from entry k of a table in the selected file.
+    SP_LOCAL unsigned long ReadPackEntries(uint64_t k, uint64_t n, uint64_t entrySize,
+                                           unsigned char* dst);
 
     int m_iDatFile;           // ".DAT" descriptor, 0 when not open
     int m_iIdxFile;           // ".IDX" descriptor, 0 when not open

@@ -10,15 +10,15 @@
 
 namespace mesh {
 
-constexpr uint32_t kHeight = 240000;    // 40' of latitude
-constexpr uint32_t kWidth = 360000;     // 1 degree of longitude
+constexpr uint32_t kHeight = 240000;      // 40' of latitude
+constexpr uint32_t kWidth = 360000;       // 1 degree of longitude
 constexpr uint32_t kWestEdge = 36000000;  // 100 degrees east: longitude digits 00
-constexpr uint32_t kCellHeight = 30;    // 0.3"
-constexpr uint32_t kCellWidth = 45;     // 0.45"
-constexpr long long kCells = 8000;      // rows and columns of a primary mesh
-constexpr int kNorthStep = 100;         // mesh code step to the northern neighbour
-constexpr int kEastStep = 1;            // and to the eastern one
-constexpr long long kRowFactor = 10000;  // key = row * kRowFactor + column
+constexpr uint32_t kCellHeight = 30;      // 0.3"
+constexpr uint32_t kCellWidth = 45;       // 0.45"
+constexpr long long kCells = 8000;        // rows and columns of a primary mesh
+constexpr int kNorthStep = 100;           // mesh code step to the northern neighbour
+constexpr int kEastStep = 1;              // and to the eastern one
+constexpr long long kRowFactor = 10000;   // key = row * kRowFactor + column
 // The centre of a cell from its south-west corner (half a cell, rounded down).
 constexpr uint32_t kCentreLat = kCellHeight / 2;
 constexpr uint32_t kCentreLng = kCellWidth / 2;

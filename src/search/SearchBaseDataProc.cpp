@@ -120,7 +120,9 @@ CSearchBaseDataProc::CSearchBaseDataProc()
     ResetBookmark();
 }
 
-CSearchBaseDataProc::~CSearchBaseDataProc() { FlushBuf(); }
+CSearchBaseDataProc::~CSearchBaseDataProc() {
+    FlushBuf();
+}
 
 void CSearchBaseDataProc::ResetBookmark() {
     m_dwMarkStart = kNone;
@@ -296,8 +298,7 @@ bool CSearchBaseDataProc::LoadIndex(unsigned long* recs, unsigned long* offsets,
     };
 
     const bool sameListing = m_dwMarkStart == rangeStart && m_dwMarkGenre1 == g1 &&
-                             m_dwMarkGenre2 == g2 && m_dwMarkGenre3 == g3 &&
-                             m_dwMarkGenre4 == g4;
+                             m_dwMarkGenre2 == g2 && m_dwMarkGenre3 == g3 && m_dwMarkGenre4 == g4;
     IndexEntry e;
     if (sameListing && m_dwMarkMatch > listStart) {
         // Backwards from the bookmark, filling the page from its last slot.
@@ -375,8 +376,8 @@ bool CSearchBaseDataProc::GetList(CLocationData* out, unsigned long firstId, uns
             out[i].FlushData();
         }
         genre::Normalise(&g2, &g3, &g4);
-        if (LoadIndex(recs, offsets, work, f, firstId & 0xFFFFFF, count, listStart, listCount,
-                      g1, g2, g3, g4)) {
+        if (LoadIndex(recs, offsets, work, f, firstId & 0xFFFFFF, count, listStart, listCount, g1,
+                      g2, g3, g4)) {
             result = true;
             for (unsigned long i = 0; i < listCount && recs[i] != kNone; ++i) {
                 if (!EnsureContainer(f, recs[i]) || !GetData(&work[i], offsets[i]) ||

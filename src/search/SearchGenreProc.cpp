@@ -2,7 +2,6 @@
 // the windowed reads of the run's POI ids, and the records through the base POI data.
 #include "search/SearchGenreProc.h"
 
-#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <new>
@@ -89,7 +88,7 @@ unsigned long CSearchGenreProc::LoadIndex(unsigned long* runStart, unsigned long
     const unsigned long key[5] = {key1, key2, key3, key4, key5};
     unsigned char entry[kIndexEntry];
     const index_search::Result r = index_search::Find(n, [&](uint64_t i) {
-        if (ReadPackFile(entry, table::EntryOffset(i, kIndexEntry), kIndexEntry) != kIndexEntry) {
+        if (ReadPackEntries(i, 1, kIndexEntry, entry) != kIndexEntry) {
             return index_search::Probe::kUnreadable;
         }
         return index_search::FromCompare(CompareKey(key, entry));
@@ -122,11 +121,9 @@ unsigned long CSearchGenreProc::LoadOffset(unsigned long* ids, unsigned long key
     bool shortRead = false;
     while (i < inRun && !shortRead) {
         const unsigned long want = inRun - i < kIdsPerRead ? inRun - i : kIdsPerRead;
-        const uint64_t at =
-            table::EntryOffset(static_cast<uint64_t>(runStart) + start + i, kIdSize);
-        // Past what an offset can say there is nothing to read: a short read.
         const unsigned long got =
-            at > ULONG_MAX ? 0 : ReadPackFile(window, static_cast<unsigned long>(at), want * kIdSize) / kIdSize;
+            ReadPackEntries(static_cast<uint64_t>(runStart) + start + i, want, kIdSize, window) /
+            kIdSize;
         for (unsigned long k = 0; k < got; ++k) ids[i + k] = bytes::ReadU32LE(window + k * kIdSize);
         i += got;
         shortRead = got < want;
@@ -149,10 +146,11 @@ unsigned long CSearchGenreProc::GetList(CLocationData* out, unsigned long start,
     poi_page::IdPage page(out, count);
     if (!page.ok()) return 0;
     if (!LoadOffset(page.ids(), m_dwKey1, m_dwRunStart, m_dwRunCount, start, count)) return 0;
-    return poi_page::Fill(this, out, page.ids(), count, true, [&](unsigned long i, bool found) {
-               if (found) out[i].dwRsv = m_dwKey5;
-               return found;
-           })
+    return poi_page::Fill(this, out, page.ids(), count, true,
+                          [&](unsigned long i, bool found) {
+                              if (found) out[i].dwRsv = m_dwKey5;
+                              return found;
+                          })
                ? 1
                : 0;
 }

@@ -8,12 +8,12 @@
 #include <cstring>
 
 #include "foundation/Bytes.h"
+#include "foundation/TableFile.h"
 #include "search/ReadingKey.h"
 
 namespace {
 
 constexpr uint32_t kNoChild = 0x7fffffff;
-constexpr unsigned long kHeaderSize = 16;
 constexpr unsigned long kNodeSize = 12;
 constexpr unsigned long kMaxKey = 512;
 constexpr uint32_t kCompleteFlag = 0x8000;
@@ -103,7 +103,7 @@ bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId, unsigne
     unsigned char key[kMaxKey + 1];
     const unsigned long n = reading::Normalise(reading, key, kMaxKey);
     if (!OpenKanaFile("%s%03d.idx", key[0])) return false;
-    if (GetPackFileSize() < kHeaderSize + kNodeSize) {
+    if (table::EntryCount(GetPackFileSize(), kNodeSize) == 0) {
         ClosePackFolder();
         return false;
     }
@@ -113,17 +113,15 @@ bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId, unsigne
     unsigned char entry[kNodeSize];
     unsigned char children[255 * kNodeSize];
     for (unsigned long level = 1; level <= n; ++level) {
-        if (ReadPackFile(entry, kHeaderSize + kNodeSize * node, kNodeSize) != kNodeSize) break;
+        if (ReadPackEntries(node, 1, kNodeSize, entry) != kNodeSize) break;
         *firstId = bytes::ReadU32LE(entry + 6);
         *countWord = bytes::ReadU16LE(entry + 10);
         const uint32_t firstChild = bytes::ReadU32LE(entry + 1);
         if (firstChild == kNoChild) break;
         const unsigned long childCount = entry[5];
         // All children in one read; child j counts as read when its character byte came back.
-        const unsigned long got = childCount == 0
-                                      ? 0
-                                      : ReadPackFile(children, kHeaderSize + kNodeSize * firstChild,
-                                                     kNodeSize * childCount);
+        const unsigned long got =
+            childCount == 0 ? 0 : ReadPackEntries(firstChild, childCount, kNodeSize, children);
         unsigned long next = node;
         bool shortRead = false;
         for (unsigned long j = 0; j < childCount; ++j) {

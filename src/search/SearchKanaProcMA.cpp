@@ -2,10 +2,12 @@
 // distance sort with its cut in file order, and listing through the base POI data.
 #include "search/SearchKanaProcMA.h"
 
+#include <algorithm>
 #include <cstring>
-#include <new>
 
+#include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
+#include "foundation/TableFile.h"
 #include "search/DistanceSort.h"
 #include "search/GenreFilter.h"
 #include "search/PoiPage.h"
@@ -14,7 +16,6 @@ namespace {
 
 constexpr uint32_t kNone = poi_page::kEmpty;
 constexpr unsigned long kAny = genre::kAny;
-constexpr unsigned long kHeaderSize = 16;
 constexpr unsigned long kOffsetEntry = 8;
 constexpr unsigned long kPositionEntry = 13;
 constexpr unsigned long kCountMask = 0x7FFF;  // bit 15 is the completion flag
@@ -101,20 +102,22 @@ unsigned long CSearchKanaProcMA::SearchProc(unsigned long* count, unsigned char*
 }
 
 long CSearchKanaProcMA::ReadRun(const char* format, unsigned long entrySize, unsigned char** out) {
+    *out = nullptr;
     if (!OpenKanaFile(format, m_byFirst)) return -1;
-    if (GetPackFileSize() < kHeaderSize + entrySize) {
+    const uint64_t held = table::EntryCount(GetPackFileSize(), entrySize);
+    if (held == 0) {
         ClosePackFolder();
         return -1;
     }
-    // The tree's first id names the base record; its record number is the entry index.
-    const unsigned long first = m_dwFirstID & 0xFFFFFF;
-    const unsigned long n = m_dwCountWord & kCountMask;
+    // The tree's first id names the base record; its record number is the entry index. A run
+    // past the file's end gives its whole entries, so only those are read and allocated.
+    const uint64_t first = m_dwFirstID & 0xFFFFFF;
+    const uint64_t wanted = m_dwCountWord & kCountMask;
+    const uint64_t n = first >= held ? 0 : std::min(wanted, held - first);
+    *out = alloc::NewArray<unsigned char>(n * entrySize + 1);
     long got = 0;
-    *out = new (std::nothrow) unsigned char[n * entrySize + 1];
     if (*out != nullptr && n != 0) {
-        // One read for the whole run; a run past the file's end gives its whole entries.
-        got = static_cast<long>(ReadPackFile(*out, kHeaderSize + entrySize * first, n * entrySize) /
-                                entrySize);
+        got = static_cast<long>(ReadPackEntries(first, n, entrySize, *out) / entrySize);
     }
     ClosePackFolder();
     if (*out == nullptr) return -1;
@@ -150,7 +153,7 @@ unsigned long CSearchKanaProcMA::GetRefinedTotal(unsigned long g1, unsigned long
     }
     ReleaseIdList();
     m_dwListCount = 0;
-    m_pIdList = new (std::nothrow) uint32_t[matches + 1];
+    m_pIdList = alloc::NewArray<uint32_t>(static_cast<uint64_t>(matches) + 1);
     if (m_pIdList == nullptr) {
         delete[] run;
         return 0;
@@ -179,7 +182,7 @@ unsigned long CSearchKanaProcMA::GetRefinedSortTotal(unsigned long g1, unsigned 
     delete[] m_pSortList;
     m_dwSortListSize = 0;
     m_dwListCount = 0;
-    m_pSortList = new (std::nothrow) CPOIIndexData[matches + 1];
+    m_pSortList = alloc::NewArray<CPOIIndexData>(static_cast<uint64_t>(matches) + 1);
     if (m_pSortList == nullptr) {
         delete[] run;
         return 0;

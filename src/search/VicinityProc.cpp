@@ -13,6 +13,7 @@
 
 #include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
+#include "foundation/TableFile.h"
 #include "search/DistanceSort.h"
 #include "search/GenreFilter.h"
 #include "search/MeshGeometry.h"
@@ -33,11 +34,10 @@ constexpr int kClasses = 32;  // genre classes, one bit each in a mask
 constexpr unsigned long kAny = genre::kAny;
 
 constexpr long long kMeshCells = mesh::kCells;
-constexpr unsigned long kHeaderSize = 16;
 constexpr unsigned long kRecordSize = 10;
 constexpr unsigned long kKeySize = 4;        // the leading key of a record
 constexpr unsigned long kChunkSize = 10000;  // 1000 records per read
-constexpr int kInsertionSpan = 10;  // spans up to this are insertion-sorted
+constexpr int kInsertionSpan = 10;           // spans up to this are insertion-sorted
 
 enum Visit { kFail = 0, kNext = 1, kEndFile = 2 };
 
@@ -115,7 +115,8 @@ void CVicinityProc::ConvLatLngtoMeche(int* mesh, int* y, int* x, unsigned long l
     const uint32_t L = static_cast<uint32_t>(lat) / 10;
     const uint32_t G = static_cast<uint32_t>(lng) / 10 - mesh::kWestEdge;
     if (mesh != nullptr) *mesh = static_cast<int>(G / mesh::kWidth + (L / mesh::kHeight) * 100);
-    if (y != nullptr) *y = static_cast<int>(mesh::NestedIndex(L % mesh::kHeight, mesh::kCellHeight));
+    if (y != nullptr)
+        *y = static_cast<int>(mesh::NestedIndex(L % mesh::kHeight, mesh::kCellHeight));
     if (x != nullptr) *x = static_cast<int>(mesh::NestedIndex(G % mesh::kWidth, mesh::kCellWidth));
 }
 
@@ -145,8 +146,7 @@ bool CVicinityProc::SelectMeshFile(unsigned long genre, int mesh) {
 int CVicinityProc::GetSearchPoint(int* offset, int row, int column) {
     if (offset == nullptr) return 0;
     const unsigned long size = GetPackFileSize();
-    const long long n =
-        size > kHeaderSize ? static_cast<long long>((size - kHeaderSize) / kRecordSize) : 0;
+    const long long n = static_cast<long long>(table::EntryCount(size, kRecordSize));
     if (n == 0) {
         *offset = -1;
         return 1;
@@ -158,8 +158,9 @@ int CVicinityProc::GetSearchPoint(int* offset, int row, int column) {
     while (s != 0) {
         if (i < n) {
             unsigned char key[4];
-            if (ReadPackFile(key, kHeaderSize + static_cast<unsigned long>(i) * kRecordSize,
-                             kKeySize) != kKeySize) {
+            // Only the leading key of the record is read.
+            if (ReadPackAt(table::EntryOffset(static_cast<uint64_t>(i), kRecordSize), kKeySize,
+                           key) != kKeySize) {
                 return 0;
             }
             s /= 2;
@@ -173,7 +174,8 @@ int CVicinityProc::GetSearchPoint(int* offset, int row, int column) {
             i -= s;
         }
     }
-    *offset = i < n ? static_cast<int>(kHeaderSize + i * kRecordSize) : -1;
+    *offset =
+        i < n ? static_cast<int>(table::EntryOffset(static_cast<uint64_t>(i), kRecordSize)) : -1;
     return 1;
 }
 
@@ -195,7 +197,8 @@ int CVicinityProc::ScanFile(int y, int x, int offset, Visit visit) {
             const unsigned char* rec = chunk + at;
             const int32_t key = bytes::ReadI32LE(rec);
             if (key > endKey || m_blStop) return 1;
-            const long long column = key % mesh::kRowFactor;  // negative for a negative key: skipped
+            const long long column =
+                key % mesh::kRowFactor;  // negative for a negative key: skipped
             if (column < xmin || column > xmax) continue;
             switch (visit(key, rec[4], rec[5], bytes::ReadU32LE(rec + 6))) {
                 case kFail:
@@ -244,13 +247,14 @@ int CVicinityProc::VisitMeshes(unsigned long genre, int mesh, int y, int x, Scan
     if (northToo) targets[n++] = {sw + mesh::kNorthStep, sy - kMeshCells, sx, false};
     if (eastToo) targets[n++] = {sw + mesh::kEastStep, sy, sx - kMeshCells, true};
     if (northToo && eastToo)
-        targets[n++] = {sw + mesh::kNorthStep + mesh::kEastStep, sy - kMeshCells, sx - kMeshCells, false};
+        targets[n++] = {sw + mesh::kNorthStep + mesh::kEastStep, sy - kMeshCells, sx - kMeshCells,
+                        false};
 
     for (int k = 0; k < n; ++k) {
         const Target& t = targets[k];
         const int m = ClampInt(t.mesh);
         if (!SelectMeshFile(genre, m)) continue;  // a missing mesh file is skipped
-        int offset = static_cast<int>(kHeaderSize);
+        int offset = static_cast<int>(table::kHeaderSize);
         if (t.southRow) {
             if (!GetSearchPoint(&offset, ClampInt(t.y - r), ClampInt(t.x - r))) continue;
             if (offset < 0) continue;
