@@ -8,6 +8,7 @@
 #include "BlockEncoders.h"
 #include "TextTools.h"
 #include "foundation/Bytes.h"
+#include "search/GenreFilter.h"
 
 namespace mapdb {
 
@@ -33,14 +34,13 @@ uint32_t Lat(uint32_t ms, const std::string& what) {
 }
 
 uint32_t GenreField(const PoiSource& poi, const std::string& what) {
-    uint32_t packed = 0;
-    for (int level = 0; level < 4; ++level) {
-        uint32_t g = poi.genre[level];
-        if (g == 255) g = 63;  // "none" is stored as 63
-        if (g > 63) throw Error(what + ": genre code " + std::to_string(g) + " above 62");
-        packed |= g << (18 - 6 * level);
+    for (int level = 0; level < genre::kPackedLevels; ++level) {
+        const uint32_t g = poi.genre[level];
+        if (genre::Pack6(g) > genre::kStoredNone) {
+            throw Error(what + ": genre code " + std::to_string(g) + " above 62");
+        }
     }
-    return packed;
+    return genre::Pack24(poi.genre.data());
 }
 
 // The record's text: Shift_JIS strings, each NUL-terminated, ended by an empty string.

@@ -6,6 +6,7 @@
 #include <map>
 
 #include "PackWriter.h"
+#include "search/GenreFilter.h"
 
 namespace mapdb {
 
@@ -33,10 +34,6 @@ std::array<uint32_t, 5> CheckedKey(const GenrePoi& poi, size_t i) {
     return poi.key;
 }
 
-uint32_t Stored(uint32_t level) {
-    return level == 255 ? 63 : level;
-}
-
 }  // namespace
 
 void WriteGenre(const std::string& root, const std::vector<GenrePoi>& pois,
@@ -59,7 +56,8 @@ void WriteGenre(const std::string& root, const std::vector<GenrePoi>& pois,
         for (auto& [key, ids] : entries) {
             std::stable_sort(ids.begin(), ids.end());
             if (position + ids.size() > 0xFFFFFFFFu) throw Error("genre offset file too large");
-            idx.U24(Stored(key[0]) << 18 | Stored(key[1]) << 12 | Stored(key[2]) << 6 | key[3]);
+            idx.U24(genre::Pack6(key[0]) << 18 | genre::Pack6(key[1]) << 12 |
+                    genre::Pack6(key[2]) << 6 | key[3]);
             idx.U8(key[4]);
             idx.U32(static_cast<uint32_t>(position));
             idx.U32(static_cast<uint32_t>(ids.size()));

@@ -10,6 +10,7 @@
 #include "PackWriter.h"
 #include "TextTools.h"
 #include "foundation/Bytes.h"
+#include "search/GenreFilter.h"
 
 namespace mapdb {
 
@@ -87,12 +88,7 @@ Bytes TreeImage(unsigned fileNo, const FileRecords& file, const std::string& ver
 }
 
 uint32_t PackedGenres(const PoiSource& poi) {
-    uint32_t packed = 0;
-    for (int level = 0; level < 4; ++level) {
-        const uint32_t g = poi.genre[level] == 255 ? 63 : poi.genre[level];
-        packed |= (g & 0x3F) << (18 - 6 * level);
-    }
-    return packed;
+    return genre::Pack24(poi.genre.data());
 }
 
 }  // namespace

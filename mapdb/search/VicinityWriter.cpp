@@ -7,46 +7,24 @@
 #include <utility>
 
 #include "PackWriter.h"
+#include "search/MeshGeometry.h"
 
 namespace mapdb {
-
-namespace {
-
-constexpr uint32_t kMeshHeight = 240000;  // 40' of latitude in 1/100 arc-second
-constexpr uint32_t kMeshWidth = 360000;   // 1 degree of longitude
-constexpr uint32_t kWestEdge = 36000000;  // 100 degrees east: longitude index 0
-constexpr uint32_t kCellHeight = 30;      // 0.3"
-constexpr uint32_t kCellWidth = 45;       // 0.45"
-
-// Row or column of a cell from the offset inside the primary mesh: the digits are the indices
-// of the 8 x 8, 10 x 10, 10 x 10 and 10 x 10 subdivisions.
-uint32_t NestedIndex(uint32_t offset, uint32_t cell) {
-    uint32_t v = 0;
-    uint32_t span = cell * 1000;  // the first subdivision is 1000 cells of the finest size
-    for (int level = 0; level < 4; ++level) {
-        v = v * 10 + offset / span;
-        offset %= span;
-        span /= 10;
-    }
-    return v;
-}
-
-}  // namespace
 
 MeshCell MeshCellOf(uint32_t latMs, uint32_t lonMs) {
     const uint32_t lat = latMs / 10;
     const uint32_t lon = lonMs / 10;
-    if (lon < kWestEdge) {
+    if (lon < mesh::kWestEdge) {
         throw Error("longitude " + std::to_string(lonMs) + " ms lies west of 100 degrees east");
     }
-    const uint32_t latIndex = lat / kMeshHeight;
-    const uint32_t lonIndex = (lon - kWestEdge) / kMeshWidth;
+    const uint32_t latIndex = lat / mesh::kHeight;
+    const uint32_t lonIndex = (lon - mesh::kWestEdge) / mesh::kWidth;
     if (latIndex > 99 || lonIndex > 99) {
         throw Error("position " + std::to_string(latMs) + "/" + std::to_string(lonMs) +
                     " ms has no four-digit mesh code");
     }
-    return {latIndex * 100 + lonIndex, NestedIndex(lat % kMeshHeight, kCellHeight),
-            NestedIndex((lon - kWestEdge) % kMeshWidth, kCellWidth)};
+    return {latIndex * 100 + lonIndex, mesh::NestedIndex(lat % mesh::kHeight, mesh::kCellHeight),
+            mesh::NestedIndex((lon - mesh::kWestEdge) % mesh::kWidth, mesh::kCellWidth)};
 }
 
 void WriteVicinity(const std::string& root, const std::vector<VicinityPoi>& pois,
@@ -67,7 +45,7 @@ void WriteVicinity(const std::string& root, const std::vector<VicinityPoi>& pois
             throw Error("POI " + std::to_string(p.id) + ": level-2/3 codes must fit a byte");
         }
         const MeshCell c = MeshCellOf(p.latMs, p.lonMs);
-        files[{p.genre1, c.mesh}].push_back({c.y * 10000 + c.x, p.genre2, p.genre3, p.id});
+        files[{p.genre1, c.mesh}].push_back({c.y * static_cast<uint32_t>(mesh::kRowFactor) + c.x, p.genre2, p.genre3, p.id});
     }
     PackWriter pack;
     pack.SetDatHeader(VersionHeader(version));
