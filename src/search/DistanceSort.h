@@ -17,6 +17,24 @@ inline bool Before(uint32_t d1, uint32_t id1, uint32_t d2, uint32_t id2) {
 // Seq provides Elem, Load(i) (a copy), At(i) (a reference), Store(i, e), Swap(i, j), and
 // Before(a, b) on its elements.
 
+// A plain array of T, ordered by the members Dist and Id.
+template <typename T, uint32_t T::*Dist, uint32_t T::*Id>
+struct ArraySeq {
+    using Elem = T;
+    T* v;
+    Elem Load(long i) const { return v[i]; }
+    const Elem& At(long i) const { return v[i]; }
+    void Store(long i, const Elem& e) { v[i] = e; }
+    void Swap(long i, long j) {
+        const T t = v[i];
+        v[i] = v[j];
+        v[j] = t;
+    }
+    static bool Before(const T& a, const T& b) {
+        return distance_sort::Before(a.*Dist, a.*Id, b.*Dist, b.*Id);
+    }
+};
+
 // Each element, taken out from hi - 1 down to lo, lets the following elements that are
 // ordered before it move down one place.
 template <typename Seq>

@@ -59,21 +59,8 @@ bool TextContains(const char* area, const unsigned char* text) {
 }
 
 // The sortable list in distance order.
-struct IndexSeq {
-    using Elem = CPOIIndexData;
-    CPOIIndexData* v;
-    Elem Load(long i) const { return v[i]; }
-    const Elem& At(long i) const { return v[i]; }
-    void Store(long i, const Elem& e) { v[i] = e; }
-    void Swap(long i, long j) {
-        const CPOIIndexData t = v[i];
-        v[i] = v[j];
-        v[j] = t;
-    }
-    static bool Before(const CPOIIndexData& a, const CPOIIndexData& b) {
-        return distance_sort::Before(a.dwDistance, a.dwID, b.dwDistance, b.dwID);
-    }
-};
+using IndexSeq =
+    distance_sort::ArraySeq<CPOIIndexData, &CPOIIndexData::dwDistance, &CPOIIndexData::dwID>;
 
 }  // namespace
 

@@ -63,17 +63,7 @@ struct SortKey {
     uint32_t id;
     uint32_t index;  // where the hit came from
 };
-struct KeySeq {
-    using Elem = SortKey;
-    SortKey* v;
-    Elem Load(long i) const { return v[i]; }
-    const Elem& At(long i) const { return v[i]; }
-    void Store(long i, const Elem& e) { v[i] = e; }
-    void Swap(long i, long j) { std::swap(v[i], v[j]); }
-    static bool Before(const SortKey& a, const SortKey& b) {
-        return distance_sort::Before(a.dist, a.id, b.dist, b.id);
-    }
-};
+using KeySeq = distance_sort::ArraySeq<SortKey, &SortKey::dist, &SortKey::id>;
 
 // The hit records themselves (used when the key array cannot be allocated, and by CombSort).
 struct RecordSeq {

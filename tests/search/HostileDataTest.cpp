@@ -218,17 +218,7 @@ TEST(DistanceOrderTest, MatchesAReferenceSortOnTiesAndRuns) {
     struct Item {
         uint32_t dist, id;
     };
-    struct Seq {
-        using Elem = Item;
-        std::vector<Item>& v;
-        Elem Load(long i) const { return v[i]; }
-        const Elem& At(long i) const { return v[i]; }
-        void Store(long i, const Elem& e) { v[i] = e; }
-        void Swap(long i, long j) { std::swap(v[i], v[j]); }
-        static bool Before(const Item& a, const Item& b) {
-            return distance_sort::Before(a.dist, a.id, b.dist, b.id);
-        }
-    };
+    using Seq = distance_sort::ArraySeq<Item, &Item::dist, &Item::id>;
     std::mt19937 rng(7);
     for (long n : {2L, 3L, 10L, 11L, 12L, 13L, 40L, 200000L}) {
         for (int shape = 0; shape < 3; ++shape) {
@@ -243,7 +233,7 @@ TEST(DistanceOrderTest, MatchesAReferenceSortOnTiesAndRuns) {
             std::stable_sort(want.begin(), want.end(), Seq::Before);
             for (long span : {0L, 10L}) {
                 std::vector<Item> got = v;
-                Seq s{got};
+                Seq s{got.data()};
                 distance_sort::QuickSort(s, 0, n - 1, span);
                 for (long i = 0; i < n; ++i) {
                     ASSERT_TRUE(got[i].dist == want[i].dist && got[i].id == want[i].id)
