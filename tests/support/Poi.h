@@ -1,4 +1,4 @@
-// Test support: small POI sets for the base data writer, and record text helpers.
+// Test support: small POI sets for the base data writer, and record and text helpers.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,7 @@ namespace testsupport {
 // Tokyo station in milliseconds of arc (multiples of 10, so they survive the 1/100 s storage).
 constexpr uint32_t kTokyoLon = 503161560;
 constexpr uint32_t kTokyoLat = 128452320;
+constexpr unsigned long kAny = 255;
 
 inline mapdb::PoiSource MakePoi(const std::string& name, const std::string& reading,
                                 uint32_t g1 = 1, uint32_t g2 = 2, uint32_t g3 = 3,
@@ -29,5 +30,21 @@ inline mapdb::PoiSource MakePoi(const std::string& name, const std::string& read
 
 // The first string of a record's text area.
 inline std::string NameOf(const CLocationData& r) { return std::string(r.szName); }
+
+// A NUL-terminated copy of `s` for the interfaces that take unsigned char*.
+inline std::vector<unsigned char> Z(const std::string& s) {
+    std::vector<unsigned char> out(s.begin(), s.end());
+    out.push_back(0);
+    return out;
+}
+
+// The ids of the filled records (dwID not 0), in order.
+inline std::vector<unsigned long> Listed(const std::vector<CLocationData>& out) {
+    std::vector<unsigned long> ids;
+    for (const CLocationData& r : out) {
+        if (r.dwID != 0) ids.push_back(r.dwID);
+    }
+    return ids;
+}
 
 }  // namespace testsupport
