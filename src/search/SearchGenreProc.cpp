@@ -36,7 +36,7 @@ int CompareKey(const unsigned long key[5], const unsigned char* entry) {
 }  // namespace
 
 CSearchGenreProc::CSearchGenreProc()
-    : m_dwRunStart(0), m_dwRunCount(0), m_dwKey1(255), m_dwKey4(255), m_dwKey5(255) {}
+    : m_dwRunStart(0), m_dwRunCount(0), m_dwKey1(kAll), m_dwKey4(kAll), m_dwKey5(kAll) {}
 
 CSearchGenreProc::~CSearchGenreProc() {}
 

@@ -15,6 +15,7 @@ namespace {
 
 constexpr uint32_t kNoChild = 0x7fffffff;
 constexpr unsigned long kNodeSize = 12;
+constexpr unsigned long kMaxChildren = 255;
 constexpr unsigned long kMaxKey = 512;
 constexpr uint32_t kCompleteFlag = 0x8000;
 
@@ -111,7 +112,7 @@ bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId, unsigne
     // ends the walk; the values of the last node read stand.
     unsigned long node = 0;
     unsigned char entry[kNodeSize];
-    unsigned char children[255 * kNodeSize];
+    unsigned char children[kMaxChildren * kNodeSize];  // a node counts its children in a byte
     for (unsigned long level = 1; level <= n; ++level) {
         if (ReadPackEntries(node, 1, kNodeSize, entry) != kNodeSize) break;
         *firstId = bytes::ReadU32LE(entry + 6);

@@ -20,6 +20,7 @@ constexpr unsigned long kOffsetEntry = 8;
 constexpr unsigned long kPositionEntry = 13;
 constexpr unsigned long kCountMask = 0x7FFF;  // bit 15 is the completion flag
 constexpr size_t kTextArea = 384;
+constexpr unsigned long kMaskBits = 32;  // genre codes a mask can show
 
 bool PassesOffsetEntry(const unsigned char* e, unsigned long g1, unsigned long g2, unsigned long g3,
                        unsigned long g4) {
@@ -285,7 +286,8 @@ bool CSearchKanaProcMA::IsGenreEnabled(unsigned long* mask, unsigned long g1, un
         } else if (e[4] == g1 && e[5] == g2 && g3 == kAny) {
             code = e[6];
         }
-        if (code < 32) *mask |= 1UL << code;  // 255 and codes of 32 or more set nothing
+        // 255 and codes of 32 or more set nothing.
+        if (code < kMaskBits) *mask |= 1UL << code;
     }
     delete[] run;
     return true;
