@@ -3,9 +3,9 @@
 #include "codec/HuffmanProc.h"
 
 #include <cstdint>
-#include <new>
 
 #include "codec/CodecDetail.h"
+#include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
 
 namespace {
@@ -63,7 +63,7 @@ namespace detail {
 
 unsigned long HuffmanDecode(uint8_t* dst, const uint8_t* src, unsigned long n,
                             const uint32_t* freq) {
-    Node* nodes = new (std::nothrow) Node[kNodes];
+    Node* nodes = alloc::NewArray<Node>(kNodes);
     if (nodes == nullptr) return 0;
     if (!BuildTree(nodes, freq) || n == 0) {
         delete[] nodes;
@@ -102,6 +102,7 @@ CHuffmanProc::~CHuffmanProc() {}
 unsigned long CHuffmanProc::Decode(void* dst, void* src) {
     unsigned char* s = static_cast<unsigned char*>(src);
     const unsigned long n = bytes::ReadU32LE(s);
+    if (!codec::detail::DecodedSizeOk(n)) return 0;
     if (dst == nullptr) return n;
     unsigned long freq[kLeaves];
     for (int k = 0; k < kLeaves; ++k) freq[k] = bytes::ReadU32LE(s + kFreqTableOffset + 4 * k);

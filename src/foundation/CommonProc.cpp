@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "foundation/ReadAt.h"
+
 // Static initial values; no start-up code sets them.
 char g_tcharPath[256] = "";
 char g_tcharSDPath[256] = "";
@@ -68,9 +70,8 @@ int CCommonProc::OpenDataFile(const char* relPath, const char* sdRelPath) {
 
 unsigned long CCommonProc::LoadDataFile(const char* relPath, unsigned char** out,
                                         unsigned long offset, unsigned long size) {
-    int fd = OpenDataFile(relPath);
-    if (fd < 0) return 0;
-    unsigned long n = LoadFile(&fd, out, offset, size);
-    close(fd);
-    return n;
+    io::FileCloser file(OpenDataFile(relPath));
+    if (file.fd() < 0) return 0;
+    int fd = file.fd();
+    return LoadFile(&fd, out, offset, size);
 }
