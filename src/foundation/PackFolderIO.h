@@ -29,14 +29,16 @@ public:
     unsigned long ClosePackFolder();
 
 protected:
+    // Helpers of the library's readers, not part of the interface (not exported).
     // As LoadPackFile, but into the caller's buffer of at least `size` bytes (the whole rest
     // of the file when size is 0): no allocation per read. Returns the bytes read.
     // 0 on a read error.
-    unsigned long ReadPackFile(unsigned char* dst, unsigned long offset, unsigned long size);
+    SP_LOCAL unsigned long ReadPackFile(unsigned char* dst, unsigned long offset,
+                                        unsigned long size);
     // Bytes a read at `offset` of the selected file can really return: the rest of the packed
     // file, clipped to the end of the ".DAT" (an index entry may claim more than the data file
     // holds). Readers size their buffers with it; 0 when nothing is selected or readable.
-    unsigned long ReadableSize(unsigned long offset = 0) const;
+    SP_LOCAL unsigned long ReadableSize(unsigned long offset = 0) const;
 
     int m_iDatFile;           // ".DAT" descriptor, 0 when not open
     int m_iIdxFile;           // ".IDX" descriptor, 0 when not open
