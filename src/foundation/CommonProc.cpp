@@ -38,14 +38,28 @@ int OpenUnder(const char* root, const char* relPath) {
 CCommonProc::CCommonProc() : m_blCancel(false) {}
 CCommonProc::~CCommonProc() {}
 
-void CCommonProc::SetPath(const char* path) { StorePath(g_tcharPath, path); }
-void CCommonProc::SetSDPath(const char* path) { StorePath(g_tcharSDPath, path); }
-void CCommonProc::EnableDB(bool enable) { g_blEnableDB = enable; }
-void CCommonProc::EnableSD(bool enable) { g_blEnableSD = enable; }
-bool CCommonProc::IsDBEnabled() { return g_blEnableDB; }
-bool CCommonProc::IsSDEnabled() { return g_blEnableSD; }
+void CCommonProc::SetPath(const char* path) {
+    StorePath(g_tcharPath, path);
+}
+void CCommonProc::SetSDPath(const char* path) {
+    StorePath(g_tcharSDPath, path);
+}
+void CCommonProc::EnableDB(bool enable) {
+    g_blEnableDB = enable;
+}
+void CCommonProc::EnableSD(bool enable) {
+    g_blEnableSD = enable;
+}
+bool CCommonProc::IsDBEnabled() {
+    return g_blEnableDB;
+}
+bool CCommonProc::IsSDEnabled() {
+    return g_blEnableSD;
+}
 
-void CCommonProc::CancelProc() { m_blCancel = true; }
+void CCommonProc::CancelProc() {
+    m_blCancel = true;
+}
 
 unsigned long CCommonProc::OpenDataFolder(const char* folder, const char* base) {
     char* f = const_cast<char*>(folder);

@@ -29,9 +29,9 @@ public:
     void CancelProc();
 
     // The data-set fallback, for pack folders and plain files alike (helpers of the library's
-    // readers, not part of the interface: kept out of the shared library's symbol table): the database path is
-    // tried when the database is enabled, then, on failure, the SD path when SD is enabled.
-    // Entry points that must fail outright with the database disabled check IsDBEnabled
+    // readers, not part of the interface: kept out of the shared library's symbol table): the
+    // database path is tried when the database is enabled, then, on failure, the SD path when SD is
+    // enabled. Entry points that must fail outright with the database disabled check IsDBEnabled
     // before calling; with the database enabled both rules are the same.
 
     // Opens the pack folder `folder` (base name `base`, or the folder name when null); 1 on

@@ -138,8 +138,8 @@ unsigned long CFileIO::LoadFile(char* path, unsigned char** out, unsigned long o
     return LoadFile(&fd, out, offset, size);
 }
 
-unsigned long CFileIO::LoadFile(char* dir, char* name, unsigned char** out,
-                                unsigned long offset, unsigned long size) {
+unsigned long CFileIO::LoadFile(char* dir, char* name, unsigned char** out, unsigned long offset,
+                                unsigned long size) {
     char path[kPathMax + 1] = {};
     MergeFilename(path, dir, name, kPathMax);
     return LoadFile(path, out, offset, size);

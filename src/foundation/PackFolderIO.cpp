@@ -88,14 +88,13 @@ unsigned long CPackFolderIO::OpenPackFile(char* name) {
     if (strcmp(name, m_szPackName) == 0 && m_lPackOffset >= 0 && m_lPackSize >= 0) return 1;
 
     unsigned char entry[kEntrySize];
-    const index_search::Result r =
-        index_search::Find(m_dwEntryCount, [&](uint64_t i) {
-            if (!ReadIndexEntry(m_iIdxFile, i, entry)) return index_search::Probe::kUnreadable;
-            memset(m_szPackName, 0, sizeof(m_szPackName));
-            memcpy(m_szPackName, entry, kNameSize);
-            const int cmp = strcmp(m_szPackName, name);  // entry minus key
-            return index_search::FromCompare(cmp < 0 ? 1 : cmp > 0 ? -1 : 0);
-        });
+    const index_search::Result r = index_search::Find(m_dwEntryCount, [&](uint64_t i) {
+        if (!ReadIndexEntry(m_iIdxFile, i, entry)) return index_search::Probe::kUnreadable;
+        memset(m_szPackName, 0, sizeof(m_szPackName));
+        memcpy(m_szPackName, entry, kNameSize);
+        const int cmp = strcmp(m_szPackName, name);  // entry minus key
+        return index_search::FromCompare(cmp < 0 ? 1 : cmp > 0 ? -1 : 0);
+    });
     if (r.found) {
         m_lPackOffset = bytes::ReadI32LE(entry + 12);
         m_lPackSize = bytes::ReadI32LE(entry + 16);

@@ -42,8 +42,13 @@ inline Bytes Records(size_t n) {
 }
 
 inline std::vector<Bytes> Samples() {
-    std::vector<Bytes> s = {{}, {0x41}, {0xFF, 0x00}, Bytes(70000, 0), RandomBytes(3000, 1),
-                            RandomBytes(65536, 2), Records(20000)};
+    std::vector<Bytes> s = {{},
+                            {0x41},
+                            {0xFF, 0x00},
+                            Bytes(70000, 0),
+                            RandomBytes(3000, 1),
+                            RandomBytes(65536, 2),
+                            Records(20000)};
     for (size_t n : {255u, 256u, 4097u, 32768u}) s.push_back(Records(n));
     return s;
 }
@@ -61,9 +66,10 @@ struct Form {
     bool sized;  // the interface takes the source size (the LZMA form)
 };
 
-#define CODEC_FORM(call) [](CMarlinDataProc& p, void* d, void* s, unsigned long n) { \
-        (void)n;                                                                   \
-        return p.call;                                                             \
+#define CODEC_FORM(call)                                        \
+    [](CMarlinDataProc& p, void* d, void* s, unsigned long n) { \
+        (void)n;                                                \
+        return p.call;                                          \
     }
 inline std::vector<Form> Forms() {
     auto huf = [](const Bytes& b) { return mapdb::EncodeHuffmanBlock(b); };
@@ -73,15 +79,13 @@ inline std::vector<Form> Forms() {
             {"lzma x86", x86, CODEC_FORM(Decode(d, s, n)), true},
             {"Decode", mapdb::EncodeBwtLzssBlock, CODEC_FORM(Decode(d, s)), false},
             {"BwtLzss", mapdb::EncodeBwtLzssBlock, CODEC_FORM(DecodeBwtLzss(d, s)), false},
-            {"BwtMtfLzss", mapdb::EncodeBwtMtfLzssBlock, CODEC_FORM(DecodeBwtMtfLzss(d, s)), 
-             false},
+            {"BwtMtfLzss", mapdb::EncodeBwtMtfLzssBlock, CODEC_FORM(DecodeBwtMtfLzss(d, s)), false},
             {"BwtMtfRc", mapdb::EncodeBwtMtfRcBlock, CODEC_FORM(DecodeBwtMtfRc(d, s)), false},
-            {"BwtLzssHuf", mapdb::EncodeBwtLzssHufBlock, CODEC_FORM(DecodeBwtLzssHuf(d, s)), 
-             false},
+            {"BwtLzssHuf", mapdb::EncodeBwtLzssHufBlock, CODEC_FORM(DecodeBwtLzssHuf(d, s)), false},
             {"Lzss", mapdb::EncodeLzssBlock, CODEC_FORM(LZSS_Decode(s, d)), false},
             {"Huffman", huf, CODEC_FORM(Huffman_Decode(s, d)), false},
-            {"BlockSort", mapdb::EncodeBlockSortBlock, CODEC_FORM(CBlockSortingLSProc::Decode(d, s)),
-             false},
+            {"BlockSort", mapdb::EncodeBlockSortBlock,
+             CODEC_FORM(CBlockSortingLSProc::Decode(d, s)), false},
             {"MoveToFront", mapdb::EncodeMoveToFrontBlock,
              CODEC_FORM(CMoveToFrontProc::Decode(d, s)), false},
             {"RangeCoder", mapdb::EncodeRangeCoderBlock, CODEC_FORM(CRangeCoderProc::Decode(d, s)),

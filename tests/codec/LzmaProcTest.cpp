@@ -51,7 +51,8 @@ TEST(LzmaProc, DecodesVectorsMadeByXzAndBranchOpcodesAtTheEnd) {
     }
     // Branch opcodes in the last five bytes are held back by the filter until the stream ends.
     Bytes code = codectest::Records(3000);
-    for (size_t i = 7; i + 5 < code.size(); i += 41) code[i] = 0xE8, code[i + 4] = i & 64 ? 0 : 0xFF;
+    for (size_t i = 7; i + 5 < code.size(); i += 41)
+        code[i] = 0xE8, code[i + 4] = i & 64 ? 0 : 0xFF;
     for (size_t tail = 1; tail <= 5; ++tail) code[code.size() - tail] = 0xE8;
     for (int variant = 0; variant < 4; ++variant) {
         unsigned long got = 0;
@@ -81,13 +82,15 @@ TEST(LzmaProc, HeaderRulesAndBlocksShorterThanTheHeader) {
         uint8_t value;
         int status;  // of the plain-C decoder, which takes the limit and ignores the size field
     };
-    for (Case c : {Case{0, 2, 1}, Case{0, 255, 1}, Case{1, 225, 1}, Case{10, 1, 0}, Case{13, 1, 0}}) {
+    for (Case c :
+         {Case{0, 2, 1}, Case{0, 255, 1}, Case{1, 225, 1}, Case{10, 1, 0}, Case{13, 1, 0}}) {
         Bytes block = good;
         block[c.at] = c.value;
         Bytes out(501);
         unsigned int processed = 99;
         EXPECT_EQ(c.status, LzmaRamDecompress(block.data(), block.size(), out.data(), 500,
-                                              &processed, malloc, free)) << c.at;
+                                              &processed, malloc, free))
+            << c.at;
         EXPECT_EQ(c.status ? 0u : 500u, processed);
         CMarlinDataProc proc;
         EXPECT_EQ(c.at >= 10 ? 0u : 500u, proc.Decode(nullptr, block.data(), block.size()));

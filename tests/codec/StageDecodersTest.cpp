@@ -52,7 +52,7 @@ TEST(Stages, LzssTokens) {
     for (const Case& c : cases) {
         const Bytes block = Block({static_cast<uint32_t>(c.n), c.escape}, c.tokens);
         const auto got = Into([&](auto d, auto s) { return lzss.Decode(d, s); }, block, c.n,
-                             c.expected.empty() ? 0 : c.n);
+                              c.expected.empty() ? 0 : c.n);
         EXPECT_EQ(c.expected, got) << c.name;
     }
 }
@@ -80,25 +80,31 @@ TEST(Stages, HuffmanTreeRuleAndBitOrder) {
 
 TEST(Stages, InverseBlockSortAndMoveToFront) {
     const std::tuple<std::string, uint32_t, std::string> sorts[] = {
-        {"nnbaaa", 3, "banana"}, {"rdarcaaaabb", 2, "abracadabra"}, {"bbaa", 0, "abab"},
-        {"bbaa", 1, "abab"},     {"nnbaaa", 6, ""},  // primary index outside the block
+        {"nnbaaa", 3, "banana"},
+        {"rdarcaaaabb", 2, "abracadabra"},
+        {"bbaa", 0, "abab"},
+        {"bbaa", 1, "abab"},
+        {"nnbaaa", 6, ""},  // primary index outside the block
         {"", 0, ""}};
     CBlockSortingLSProc bs;
     for (const auto& [last, primary, text] : sorts) {
-        const Bytes block = Block({uint32_t(last.size()), primary}, Bytes(last.begin(), last.end()));
-        const Bytes got = Into([&](auto d, auto s) { return bs.Decode(d, s); }, block, last.size(),
-                              text.size());
+        const Bytes block =
+            Block({uint32_t(last.size()), primary}, Bytes(last.begin(), last.end()));
+        const Bytes got =
+            Into([&](auto d, auto s) { return bs.Decode(d, s); }, block, last.size(), text.size());
         EXPECT_EQ(text, std::string(got.begin(), got.end())) << last << primary;
     }
     const std::pair<Bytes, Bytes> mtf[] = {
-        {{2, 2, 2}, {2, 1, 2}},       {{1, 1}, {1, 0}},
+        {{2, 2, 2}, {2, 1, 2}},
+        {{1, 1}, {1, 0}},
         {{0, 1, 1, 0}, {0, 1, 1, 1}},  // 1 right after 0 leaves the table; the next 1 swaps
-        {{1, 0}, {1, 1}},             {{255, 2, 1}, {255, 1, 1}}};
+        {{1, 0}, {1, 1}},
+        {{255, 2, 1}, {255, 1, 1}}};
     CMoveToFrontProc proc;
     for (const auto& [indexes, symbols] : mtf) {
         const Bytes block = Block({uint32_t(indexes.size())}, indexes);
         EXPECT_EQ(symbols, Into([&](auto d, auto s) { return proc.Decode(d, s); }, block,
-                               indexes.size(), indexes.size()));
+                                indexes.size(), indexes.size()));
     }
 }
 
@@ -109,8 +115,8 @@ TEST(Stages, RangeCoderRescaleAndHandMadeStreams) {
     for (int k = 0; k < 32758; ++k) rc.UpdateFrequency(m, 3);  // the total reaches 32768
     EXPECT_EQ((32759 >> 1) | 1, m->pwFreq[3]);
     EXPECT_EQ(16379 + 9, m->pwCum[10]);
-    const std::pair<unsigned short, int> search[] = {{0, 0}, {3, 3}, {16381, 3}, {16382, 4},
-                                                     {16387, 9}, {20000, 0}};
+    const std::pair<unsigned short, int> search[] = {{0, 0},     {3, 3},     {16381, 3},
+                                                     {16382, 4}, {16387, 9}, {20000, 0}};
     for (auto [target, symbol] : search) EXPECT_EQ(symbol, rc.SearchCode(m, target)) << target;
     delete[] m->pwFreq;
     delete[] m->pwCum;

@@ -9,7 +9,8 @@
 namespace {
 
 std::string DynamicSymbols() {
-    const std::string cmd = std::string("nm -DC --defined-only '") + SEARCHPROC_SHARED_LIBRARY + "'";
+    const std::string cmd =
+        std::string("nm -DC --defined-only '") + SEARCHPROC_SHARED_LIBRARY + "'";
     std::string out;
     if (FILE* p = popen(cmd.c_str(), "r")) {
         char buf[4096];
@@ -29,10 +30,9 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "CRangeCoderProc::InitRangeCoder()", "g_tcharPath", "g_blEnableDB", "g_stConvTbl"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
-    for (const char* absent :
-         {"OpenDataFolder", "OpenDataFile", "LoadDataFile", "ReadPackFile", "ReadableSize",
-          "ClipRead", "DecodeBounded", "io::", "table::", "TableFile", "index_search::",
-          "codec::", "alloc::", "bytes::"}) {
+    for (const char* absent : {"OpenDataFolder", "OpenDataFile", "LoadDataFile", "ReadPackFile",
+                               "ReadableSize", "ClipRead", "DecodeBounded", "io::", "table::",
+                               "TableFile", "index_search::", "codec::", "alloc::", "bytes::"}) {
         EXPECT_EQ(std::string::npos, symbols.find(absent)) << absent;
     }
 }

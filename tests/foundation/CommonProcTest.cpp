@@ -70,9 +70,9 @@ TEST(CommonProc, FallbackFromDatabaseToSdFollowsBothSwitches) {
         const char* expected;  // "" = fails
     };
     const Case cases[] = {
-        {true, true, true, false, "db"},   {true, true, true, true, "db"},
-        {false, true, true, false, ""},    {false, true, true, true, "sd"},
-        {false, false, true, true, ""},    {true, false, false, false, ""},
+        {true, true, true, false, "db"}, {true, true, true, true, "db"},
+        {false, true, true, false, ""},  {false, true, true, true, "sd"},
+        {false, false, true, true, ""},  {true, false, false, false, ""},
         {true, true, false, true, "sd"},  // database switched off: straight to the SD copy
         {true, false, false, true, ""},
     };

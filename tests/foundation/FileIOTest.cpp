@@ -14,7 +14,9 @@
 
 namespace {
 
-char* C(const std::string& s) { return const_cast<char*>(s.c_str()); }
+char* C(const std::string& s) {
+    return const_cast<char*>(s.c_str());
+}
 
 int LowestFreeDescriptor() {
     const int fd = open("/dev/null", O_RDONLY);
@@ -77,8 +79,11 @@ TEST(FileIO, LoadRulesOnADescriptor) {
         unsigned long offset, size, result;
         std::string data;
     };
-    const Case cases[] = {{0, 0, 10, "0123456789"}, {9, 0, 1, "9"}, {10, 0, 0, ""},
-                          {3, 4, 4, "3456"},        {8, 5, 2, "89"}};  // not clipped: short read
+    const Case cases[] = {{0, 0, 10, "0123456789"},
+                          {9, 0, 1, "9"},
+                          {10, 0, 0, ""},
+                          {3, 4, 4, "3456"},
+                          {8, 5, 2, "89"}};  // not clipped: short read
     for (const Case& c : cases) {
         unsigned char* buf = nullptr;
         EXPECT_EQ(c.result, CFileIO::LoadFile(&fd, &buf, c.offset, c.size)) << c.offset;

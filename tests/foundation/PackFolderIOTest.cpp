@@ -13,7 +13,9 @@
 
 namespace {
 
-char* C(const std::string& s) { return const_cast<char*>(s.c_str()); }
+char* C(const std::string& s) {
+    return const_cast<char*>(s.c_str());
+}
 
 // Exposes the reads into a caller's buffer.
 class Pack : public CPackFolderIO {

@@ -86,8 +86,9 @@ TEST(StringConv, EveryUnitMatchesTheSystemEncoder) {
 }
 
 TEST(StringConv, HalfWidthAndKanaTablesMatchTheSystemConverter) {
-    const std::string full = "ヲァィゥェォャュョッーアイウエオカキクケコサシスセソタチツテトナニヌネノ"
-                             "ハヒフヘホマミムメモヤユヨラリルレロワン゛゜";
+    const std::string full =
+        "ヲァィゥェォャュョッーアイウエオカキクケコサシスセソタチツテトナニヌネノ"
+        "ハヒフヘホマミムメモヤユヨラリルレロワン゛゜";
     Bytes sjis;
     ASSERT_TRUE(Iconv("CP932", "UTF-8", Bytes(full.begin(), full.end()), &sjis));
     ASSERT_EQ(sjis.size(), 2 * kHanZenTblRows);
@@ -152,7 +153,9 @@ TEST(StringConv, StringFormsKeepCapacityTerminatorAndQuirks) {
                   {"capacity below terminator", {'A'}, 1, {}}},
                  [](auto d, auto s, auto n) { return conv.SjisToUtf16(d, s, n); });
     // UTF-16 sources end in one 0 byte here, the other comes from CheckStrings.
-    CheckStrings({{"one and two bytes", {0x41, 0, 0x42, 0x30, 0x71, 0xFF, 0}, 0,
+    CheckStrings({{"one and two bytes",
+                   {0x41, 0, 0x42, 0x30, 0x71, 0xFF, 0},
+                   0,
                    {0x41, 0x82, 0xA0, 0xB1, 0}},
                   {"missing small unit", {0xE9, 0, 0}, 0, {0xE9, 0}},
                   {"missing unit high byte first", {0x01, 0xAC, 0}, 0, {0xAC, 0x01, 0}},
@@ -169,10 +172,11 @@ TEST(StringConv, StringFormsKeepCapacityTerminatorAndQuirks) {
                   {"vu copied", {0x83, 0x94}, 0, {0x83, 0x94}},
                   {"trail past range", {0x88, 0x9F}, 0, {0x88, 0x9F}}},
                  [](auto d, auto s, unsigned long) { return conv.KataToHira(d, s); });
-    CheckStrings({{"hiragana", {0x82, 0x9F, 0x82, 0xF1}, 0, {0x83, 0x40, 0x83, 0x93}},
-                  {"kanji replaced", {0x88, 0x9F}, 0, {0x81, 0xA6}},
-                  {"copied", {0x82, 0x9E, 0x81, 0xA0, 0x82, 0xF2}, 0, {0x82, 0x9E, 0x81, 0xA0, 0x82, 0xF2}}},
-                 [](auto d, auto s, unsigned long) { return conv.HiraToKata(d, s); });
+    CheckStrings(
+        {{"hiragana", {0x82, 0x9F, 0x82, 0xF1}, 0, {0x83, 0x40, 0x83, 0x93}},
+         {"kanji replaced", {0x88, 0x9F}, 0, {0x81, 0xA6}},
+         {"copied", {0x82, 0x9E, 0x81, 0xA0, 0x82, 0xF2}, 0, {0x82, 0x9E, 0x81, 0xA0, 0x82, 0xF2}}},
+        [](auto d, auto s, unsigned long) { return conv.HiraToKata(d, s); });
     unsigned char b[4] = {0x41, 0};
     using Form = unsigned long (C::*)(unsigned char*, unsigned char*, unsigned long);
     const Form forms[] = {&C::SjisToUtf8, &C::SjisToUtf16, &C::Utf16ToSjis, &C::HanToZen};
@@ -205,7 +209,7 @@ TEST(StringConv, Utf8AndUtf16SubFormsWithoutValidation) {
     Units wide = {0x7F, 0x80, 0x7FF, 0x800, 0xFFFF, 0xD83D, 0x41};
     Bytes out(20, 0xCC);
     const Bytes expect = {0x7F, 0xC2, 0x80, 0xDF, 0xBF, 0xE0, 0xA0, 0x80,
-                          0xEF, 0xBF, 0xBF, 0xED, 0xA0, 0xBD, 0, 0xCC};
+                          0xEF, 0xBF, 0xBF, 0xED, 0xA0, 0xBD, 0,    0xCC};
     EXPECT_EQ(conv.UTF16ToUTF8Sub(nullptr, wide.data(), 6), 14u);
     EXPECT_EQ(conv.UTF16ToUTF8Sub(out.data(), wide.data(), 6), 14u);
     EXPECT_EQ(Bytes(out.begin(), out.begin() + 16), expect);
@@ -256,9 +260,12 @@ TEST(StringConv, WideStrCmpAndWordReads) {
         Units a, b;
         int expected;
     };
-    const Case cases[] = {{{0}, {0}, 0},           {{0x41, 0x3042, 0}, {0x41, 0x3042, 0}, 0},
-                          {{0x41, 0}, {0x42, 0}, -1}, {{0x41, 0}, {0x41, 0x42, 0}, -0x42},
-                          {{0xFFFF, 0}, {1, 0}, 0xFFFE}, {{0x41, 0, 0x43}, {0x41, 0x42, 0x43}, -0x42}};
+    const Case cases[] = {{{0}, {0}, 0},
+                          {{0x41, 0x3042, 0}, {0x41, 0x3042, 0}, 0},
+                          {{0x41, 0}, {0x42, 0}, -1},
+                          {{0x41, 0}, {0x41, 0x42, 0}, -0x42},
+                          {{0xFFFF, 0}, {1, 0}, 0xFFFE},
+                          {{0x41, 0, 0x43}, {0x41, 0x42, 0x43}, -0x42}};
     for (Case c : cases) EXPECT_EQ(conv.WideStrCmp(c.a.data(), c.b.data()), c.expected);
     unsigned char p[2] = {0x12, 0xF4};
     EXPECT_EQ(conv.ConvToWORD(p), 0x12F4);
