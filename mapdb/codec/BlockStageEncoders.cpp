@@ -1,10 +1,12 @@
 // Encoders of the block-sorting chain stages (block sort, move-to-front, LZSS, Huffman, range
-// coder) and of the chains themselves, written independently of the decoders they mirror.
+// coder) and of the chains themselves, written independently of the decoders they mirror; only
+// the Huffman tree is the decoder's own (codec/HuffmanTree.h), so both sides build one tree.
 #include <algorithm>
 #include <numeric>
 #include <string>
 
 #include "BlockEncoders.h"
+#include "codec/HuffmanTree.h"
 
 namespace mapdb {
 
@@ -19,13 +21,7 @@ void CheckSize(const Bytes& data, const char* what) {
     }
 }
 
-// ---- Huffman tree: 255 merges by linear scan, ties to the earlier node ----
-
-struct HuffNode {
-    uint32_t freq;
-    int parent;
-    int bit;
-};
+// ---- Huffman codes, from the decoder's own tree ----
 
 // Code of every byte value as (bits, length), first bit to send in bit 0.
 struct HuffCode {
@@ -34,25 +30,8 @@ struct HuffCode {
 };
 
 std::vector<HuffCode> HuffmanCodes(const std::array<uint32_t, 256>& freq) {
-    std::vector<HuffNode> nodes(511);
-    for (int k = 0; k < 256; ++k) nodes[k] = {freq[k], -1, 0};
-    for (int made = 256; made < 511; ++made) {
-        int m1 = -1, m2 = -1;
-        for (int k = 0; k < made; ++k) {
-            if (nodes[k].parent != -1) continue;
-            if (m1 < 0) {
-                m1 = k;
-            } else if (nodes[k].freq < nodes[m1].freq) {
-                m2 = m1;
-                m1 = k;
-            } else if (m2 < 0 || nodes[k].freq < nodes[m2].freq) {
-                m2 = k;
-            }
-        }
-        nodes[made] = {nodes[m1].freq + nodes[m2].freq, -1, 0};
-        nodes[m1] = {nodes[m1].freq, made, 0};
-        nodes[m2] = {nodes[m2].freq, made, 1};
-    }
+    std::vector<codec::huffman::Node> nodes(codec::huffman::kNodes);
+    if (!codec::huffman::BuildTree(nodes.data(), freq.data())) throw Error("Huffman: no tree");
     std::vector<HuffCode> codes(256);
     for (int k = 0; k < 256; ++k) {
         std::vector<int> path;  // leaf to root

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 #include <cstring>
-#include <new>
 
 #include "codec/CodecDetail.h"
+#include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
 
 namespace codec {
@@ -14,8 +14,8 @@ namespace detail {
 unsigned long BlockSortDecode(uint8_t* dst, const uint8_t* src, unsigned long n,
                               unsigned long primary) {
     // A primary index outside the block would follow links that were never written.
-    if (primary >= n) return 0;
-    uint32_t* next = new (std::nothrow) uint32_t[static_cast<size_t>(n) + 1];
+    if (primary >= n || !DecodedSizeOk(n)) return 0;
+    uint32_t* next = alloc::NewArray<uint32_t>(static_cast<uint64_t>(n) + 1);
     if (next == nullptr) return 0;
     size_t count[256];
     memset(count, 0, sizeof(count));
@@ -42,6 +42,7 @@ CBlockSortingLSProc::~CBlockSortingLSProc() {}
 unsigned long CBlockSortingLSProc::Decode(void* dst, void* src) {
     unsigned char* s = static_cast<unsigned char*>(src);
     const unsigned long n = bytes::ReadU32LE(s);
+    if (!codec::detail::DecodedSizeOk(n)) return 0;
     if (dst == nullptr) return n;
     return DecodeCore(static_cast<unsigned char*>(dst), s + 8, n, bytes::ReadU32LE(s + 4));
 }

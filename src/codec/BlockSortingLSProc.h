@@ -1,6 +1,8 @@
 // CBlockSortingLSProc: the inverse block-sorting transform. A block is n (4 bytes), the primary
 // index (the row of the original text among its sorted rotations, 4 bytes) and the last column
-// of the sorted rotations (n bytes).
+// of the sorted rotations (n bytes). Decode takes no source size: the caller vouches for a whole
+// block of 8 + n bytes; n over 64 MiB fails. The internal form (n given, primary checked against
+// n) reads exactly n source bytes.
 #pragma once
 
 #include "foundation/Export.h"

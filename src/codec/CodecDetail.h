@@ -8,6 +8,15 @@
 namespace codec {
 namespace detail {
 
+// The largest decoded size a block header may claim. The data sets' blocks decode to a few
+// hundred kilobytes at most; a header claiming more than 64 MiB is damaged, and its block fails
+// to decode before anything is allocated (also for a size query, so no caller allocates it).
+constexpr unsigned long kMaxDecodedSize = 64ul << 20;
+
+inline bool DecodedSizeOk(unsigned long n) {
+    return n <= kMaxDecodedSize;
+}
+
 // Every intermediate buffer of the block-sorting chains is this much larger than the block's
 // decoded size; the chains' internal stages may use the spare room.
 constexpr unsigned long kWorkSlack = 1297;

@@ -3,58 +3,20 @@
 #include "codec/HuffmanProc.h"
 
 #include <cstdint>
-#include <new>
 
 #include "codec/CodecDetail.h"
+#include "codec/HuffmanTree.h"
+#include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
 
 namespace {
 
-constexpr int kLeaves = 256;
-constexpr int kNodes = 2 * kLeaves - 1;
-constexpr int kRoot = kNodes - 1;
+using codec::huffman::kLeaves;
+using codec::huffman::kNodes;
+using codec::huffman::kRoot;
+using codec::huffman::Node;
 constexpr size_t kFreqTableOffset = 4;
 constexpr size_t kStreamOffset = kFreqTableOffset + 4 * kLeaves;
-
-struct Node {
-    uint32_t freq;
-    uint8_t bit;  // the bit that leads here from the parent
-    int16_t parent;
-    int16_t left;   // bit 0
-    int16_t right;  // bit 1
-};
-
-// Fills nodes[256..510]; false when a merge finds fewer than two parentless nodes.
-bool BuildTree(Node* nodes, const uint32_t* freq) {
-    for (int k = 0; k < kLeaves; ++k) nodes[k] = {freq[k], 0, -1, -1, -1};
-    for (int r = kLeaves; r >= 2; --r) {
-        const int made = 2 * kLeaves - r;
-        int m1 = -1;
-        int m2 = -1;
-        int seen = 0;
-        for (int k = 0; k < made && seen < r; ++k) {
-            if (nodes[k].parent != -1) continue;
-            ++seen;
-            if (m1 < 0) {
-                m1 = k;
-            } else if (nodes[k].freq < nodes[m1].freq) {
-                m2 = m1;
-                m1 = k;
-            } else if (m2 < 0 || nodes[k].freq < nodes[m2].freq) {
-                m2 = k;
-            }
-        }
-        if (m1 < 0 || m2 < 0) return false;
-        // Frequencies are 32-bit and add with wrap-around, as stored.
-        nodes[made] = {static_cast<uint32_t>(nodes[m1].freq + nodes[m2].freq), 0, -1,
-                       static_cast<int16_t>(m1), static_cast<int16_t>(m2)};
-        nodes[m1].parent = static_cast<int16_t>(made);
-        nodes[m1].bit = 0;
-        nodes[m2].parent = static_cast<int16_t>(made);
-        nodes[m2].bit = 1;
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -63,9 +25,9 @@ namespace detail {
 
 unsigned long HuffmanDecode(uint8_t* dst, const uint8_t* src, unsigned long n,
                             const uint32_t* freq) {
-    Node* nodes = new (std::nothrow) Node[kNodes];
+    Node* nodes = alloc::NewArray<Node>(kNodes);
     if (nodes == nullptr) return 0;
-    if (!BuildTree(nodes, freq) || n == 0) {
+    if (!codec::huffman::BuildTree(nodes, freq) || n == 0) {
         delete[] nodes;
         return 0;
     }
@@ -102,6 +64,7 @@ CHuffmanProc::~CHuffmanProc() {}
 unsigned long CHuffmanProc::Decode(void* dst, void* src) {
     unsigned char* s = static_cast<unsigned char*>(src);
     const unsigned long n = bytes::ReadU32LE(s);
+    if (!codec::detail::DecodedSizeOk(n)) return 0;
     if (dst == nullptr) return n;
     unsigned long freq[kLeaves];
     for (int k = 0; k < kLeaves; ++k) freq[k] = bytes::ReadU32LE(s + kFreqTableOffset + 4 * k);

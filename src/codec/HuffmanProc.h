@@ -1,6 +1,7 @@
 // CHuffmanProc: the static Huffman decoder. A block is N (4 bytes), 256 32-bit symbol
 // frequencies and a bit stream read least significant bit first; the tree is rebuilt from the
-// frequencies on every call.
+// frequencies on every call. Decode takes no source size: the caller vouches for a whole block
+// (no internal form bounds the bit stream, whose length depends on the tree); N over 64 MiB fails.
 #pragma once
 
 #include "foundation/Export.h"

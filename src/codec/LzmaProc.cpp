@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "codec/CodecDetail.h"
 #include "foundation/Bytes.h"
 
 namespace {
@@ -176,6 +177,9 @@ unsigned long CLzmaProc::Decode(void* dst, void* src, unsigned long srcSize) {
     // nothing.
     unsigned int size = 0;
     LzmaRamGetUncompressedSize(static_cast<const unsigned char*>(src), inSize, &size);
+    // A claimed size over the cap is damage: refused before the decoder's dictionary (as large
+    // as the output) or the caller's buffer is allocated.
+    if (!codec::detail::DecodedSizeOk(size)) return 0;
     if (dst == nullptr) return size;
     return DecodeCore(static_cast<unsigned char*>(dst), static_cast<unsigned char*>(src), srcSize,
                       size);

@@ -53,6 +53,7 @@ CLzssProc::~CLzssProc() {}
 unsigned long CLzssProc::Decode(void* dst, void* src) {
     const unsigned char* s = static_cast<const unsigned char*>(src);
     const unsigned long n = bytes::ReadU32LE(s);
+    if (!codec::detail::DecodedSizeOk(n)) return 0;
     if (dst == nullptr) return n;
     return DecodeCore(static_cast<unsigned char*>(dst), static_cast<unsigned char*>(src) + 8, n,
                       bytes::ReadU32LE(s + 4));

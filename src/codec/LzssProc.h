@@ -1,6 +1,8 @@
 // CLzssProc: the escape-byte LZSS decoder. A block is N (4 bytes), the escape value E (4 bytes)
 // and tokens: a byte other than E is a literal, E E is a literal E, and E d len copies len bytes
-// from the output already produced, d distances above E being shifted down by one.
+// from the output already produced, d distances above E being shifted down by one. Decode and
+// DecodeCore take no source size: the caller vouches for a whole block; the bounded internal form
+// reads at most three source bytes per output byte (plus one token). N over 64 MiB fails.
 #pragma once
 
 #include "foundation/Export.h"

@@ -4,23 +4,31 @@
 
 #include <cstring>
 #include <memory>
-#include <new>
 
 #include "codec/CodecDetail.h"
+#include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
 
 namespace {
 
 using codec::detail::kWorkSlack;
 
-// A cleared intermediate buffer of n + 1297 bytes, freed when it goes out of scope.
+// A cleared intermediate buffer of n + 1297 bytes, freed when it goes out of scope. n has been
+// checked against the decoded-size cap, so the sum fits any size_t.
 struct WorkBuffer {
     explicit WorkBuffer(unsigned long n)
-        : size(static_cast<size_t>(n) + kWorkSlack),
-          data(new (std::nothrow) unsigned char[size]()) {}
+        : size(static_cast<size_t>(n) + kWorkSlack), data(alloc::NewArray<unsigned char>(size)) {
+        if (data) memset(data.get(), 0, size);
+    }
     size_t size;
     std::unique_ptr<unsigned char[]> data;
 };
+
+// N of a chain's header, 0 when it exceeds the cap (the block then fails, size query included).
+unsigned long ChainSize(const unsigned char* s) {
+    const unsigned long n = bytes::ReadU32LE(s);
+    return codec::detail::DecodedSizeOk(n) ? n : 0;
+}
 
 }  // namespace
 
@@ -38,8 +46,8 @@ unsigned long CMarlinDataProc::Decode(void* dst, void* src, unsigned long srcSiz
 
 unsigned long CMarlinDataProc::DecodeBwtLzss(void* dst, void* src) {
     const unsigned char* s = static_cast<const unsigned char*>(src);
-    const unsigned long n = bytes::ReadU32LE(s);
-    if (dst == nullptr) return n;
+    const unsigned long n = ChainSize(s);
+    if (dst == nullptr || n == 0) return n;
     WorkBuffer work(n);
     if (!work.data) return 0;
     if (codec::detail::LzssDecode(work.data.get(), s + 12, codec::detail::LzssSourceBudget(n), n,
@@ -52,8 +60,8 @@ unsigned long CMarlinDataProc::DecodeBwtLzss(void* dst, void* src) {
 
 unsigned long CMarlinDataProc::DecodeBwtMtfLzss(void* dst, void* src) {
     const unsigned char* s = static_cast<const unsigned char*>(src);
-    const unsigned long n = bytes::ReadU32LE(s);
-    if (dst == nullptr) return n;
+    const unsigned long n = ChainSize(s);
+    if (dst == nullptr || n == 0) return n;
     WorkBuffer first(n);
     if (!first.data) return 0;
     if (codec::detail::LzssDecode(first.data.get(), s + 12, codec::detail::LzssSourceBudget(n), n,
@@ -70,8 +78,8 @@ unsigned long CMarlinDataProc::DecodeBwtMtfLzss(void* dst, void* src) {
 
 unsigned long CMarlinDataProc::DecodeBwtMtfRc(void* dst, void* src) {
     unsigned char* s = static_cast<unsigned char*>(src);
-    const unsigned long n = bytes::ReadU32LE(s);
-    if (dst == nullptr) return n;
+    const unsigned long n = ChainSize(s);
+    if (dst == nullptr || n == 0) return n;
     WorkBuffer first(n);
     if (!first.data) return 0;
     FlushBuf();
@@ -90,8 +98,8 @@ unsigned long CMarlinDataProc::DecodeBwtMtfRc(void* dst, void* src) {
 
 unsigned long CMarlinDataProc::DecodeBwtLzssHuf(void* dst, void* src) {
     unsigned char* s = static_cast<unsigned char*>(src);
-    const unsigned long n = bytes::ReadU32LE(s);
-    if (dst == nullptr) return n;
+    const unsigned long n = ChainSize(s);
+    if (dst == nullptr || n == 0) return n;
     WorkBuffer first(n);
     if (!first.data) return 0;
     // Each nested block states its own size; none may exceed the buffer it is decoded into.

@@ -1,7 +1,14 @@
 // CMarlinDataProc: the composite block decoder that data-set readers embed, one entry point per
 // chain of codec stages. A block carries no codec identifier: the caller picks the entry point.
 // Every entry point answers a null destination with the decoded size N (the two-call protocol);
-// the destination must then hold N + 1 bytes.
+// the destination must then hold N + 1 bytes. A block claiming more than 64 MiB fails (0), size
+// query included.
+//
+// The block-sorting chains take no source size: the caller vouches that src holds a whole block
+// (it loaded the whole compressed file). Inside, every stage is bounded by the buffers the chain
+// allocates: the LZSS stages run in their bounded internal form (a source limit of three bytes
+// per output byte, or the intermediate buffer's size), and each nested size is checked against
+// the buffer it is decoded into. Only the LZMA form takes, and never reads past, a source size.
 #pragma once
 
 #include "codec/BlockSortingLSProc.h"

@@ -42,6 +42,7 @@ CMoveToFrontProc::~CMoveToFrontProc() {}
 unsigned long CMoveToFrontProc::Decode(void* dst, void* src) {
     unsigned char* s = static_cast<unsigned char*>(src);
     const unsigned long n = bytes::ReadU32LE(s);
+    if (!codec::detail::DecodedSizeOk(n)) return 0;
     if (dst == nullptr) return n;
     return DecodeCore(static_cast<unsigned char*>(dst), s + 4, n);
 }

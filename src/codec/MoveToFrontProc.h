@@ -1,6 +1,7 @@
 // CMoveToFrontProc: the move-to-front decoder of the block-sorting chains, in a deliberate
 // variant: a symbol moves to the second place on use and reaches the front only when used twice
-// in a row. A block is n (4 bytes) and n index bytes.
+// in a row. A block is n (4 bytes) and n index bytes; the caller vouches for a whole block (no
+// source size is taken). n over 64 MiB fails.
 #pragma once
 
 #include "foundation/Export.h"

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <new>
 
+#include "codec/CodecDetail.h"
 #include "foundation/Bytes.h"
 
 namespace {
@@ -28,6 +29,7 @@ CRangeCoderProc::~CRangeCoderProc() {
 unsigned long CRangeCoderProc::Decode(void* dst, void* src) {
     unsigned char* s = static_cast<unsigned char*>(src);
     const unsigned long n = bytes::ReadU32LE(s);
+    if (!codec::detail::DecodedSizeOk(n)) return 0;
     if (dst == nullptr) return n;
     FlushBuf();
     unsigned long got =

@@ -1,7 +1,8 @@
 // CRangeCoderProc: the adaptive order-2 range decoder. Every value 0..256 is sent as a category
 // (0..9) under a model chosen by the two previous categories, then, for categories 3..9, as an
 // offset under that category's model; the value 256 ends the stream. The stream starts with a
-// 4-byte big-endian code value.
+// 4-byte big-endian code value. No source size is taken: the caller vouches for a whole stream;
+// output is bounded by the length in the block header (over 64 MiB fails).
 #pragma once
 
 #include <cstdint>

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "foundation/ReadAt.h"
+
 // Static initial values; no start-up code sets them.
 char g_tcharPath[256] = "";
 char g_tcharSDPath[256] = "";
@@ -36,14 +38,28 @@ int OpenUnder(const char* root, const char* relPath) {
 CCommonProc::CCommonProc() : m_blCancel(false) {}
 CCommonProc::~CCommonProc() {}
 
-void CCommonProc::SetPath(const char* path) { StorePath(g_tcharPath, path); }
-void CCommonProc::SetSDPath(const char* path) { StorePath(g_tcharSDPath, path); }
-void CCommonProc::EnableDB(bool enable) { g_blEnableDB = enable; }
-void CCommonProc::EnableSD(bool enable) { g_blEnableSD = enable; }
-bool CCommonProc::IsDBEnabled() { return g_blEnableDB; }
-bool CCommonProc::IsSDEnabled() { return g_blEnableSD; }
+void CCommonProc::SetPath(const char* path) {
+    StorePath(g_tcharPath, path);
+}
+void CCommonProc::SetSDPath(const char* path) {
+    StorePath(g_tcharSDPath, path);
+}
+void CCommonProc::EnableDB(bool enable) {
+    g_blEnableDB = enable;
+}
+void CCommonProc::EnableSD(bool enable) {
+    g_blEnableSD = enable;
+}
+bool CCommonProc::IsDBEnabled() {
+    return g_blEnableDB;
+}
+bool CCommonProc::IsSDEnabled() {
+    return g_blEnableSD;
+}
 
-void CCommonProc::CancelProc() { m_blCancel = true; }
+void CCommonProc::CancelProc() {
+    m_blCancel = true;
+}
 
 unsigned long CCommonProc::OpenDataFolder(const char* folder, const char* base) {
     char* f = const_cast<char*>(folder);
@@ -68,9 +84,8 @@ int CCommonProc::OpenDataFile(const char* relPath, const char* sdRelPath) {
 
 unsigned long CCommonProc::LoadDataFile(const char* relPath, unsigned char** out,
                                         unsigned long offset, unsigned long size) {
-    int fd = OpenDataFile(relPath);
-    if (fd < 0) return 0;
-    unsigned long n = LoadFile(&fd, out, offset, size);
-    close(fd);
-    return n;
+    io::FileCloser file(OpenDataFile(relPath));
+    if (file.fd() < 0) return 0;
+    int fd = file.fd();
+    return LoadFile(&fd, out, offset, size);
 }

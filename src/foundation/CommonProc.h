@@ -28,21 +28,22 @@ public:
     // start and never read it.
     void CancelProc();
 
-    // The data-set fallback, for pack folders and plain files alike: the database path is
-    // tried when the database is enabled, then, on failure, the SD path when SD is enabled.
-    // Entry points that must fail outright with the database disabled check IsDBEnabled
+    // The data-set fallback, for pack folders and plain files alike (helpers of the library's
+    // readers, not part of the interface: kept out of the shared library's symbol table): the
+    // database path is tried when the database is enabled, then, on failure, the SD path when SD is
+    // enabled. Entry points that must fail outright with the database disabled check IsDBEnabled
     // before calling; with the database enabled both rules are the same.
 
     // Opens the pack folder `folder` (base name `base`, or the folder name when null); 1 on
     // success. On failure nothing is left open.
-    unsigned long OpenDataFolder(const char* folder, const char* base = nullptr);
+    SP_LOCAL unsigned long OpenDataFolder(const char* folder, const char* base = nullptr);
     // Opens the plain file `relPath` (relative to the root, e.g. "BASE/B177.IDX") read-only;
     // `sdRelPath`, when given, is the name looked for under the SD path instead. -1 when
     // neither opens.
-    static int OpenDataFile(const char* relPath, const char* sdRelPath = nullptr);
+    SP_LOCAL static int OpenDataFile(const char* relPath, const char* sdRelPath = nullptr);
     // Loads a plain file through the same fallback (CFileIO::LoadFile rules for the buffer).
-    static unsigned long LoadDataFile(const char* relPath, unsigned char** out,
-                                      unsigned long offset, unsigned long size);
+    SP_LOCAL static unsigned long LoadDataFile(const char* relPath, unsigned char** out,
+                                               unsigned long offset, unsigned long size);
 
 protected:
     bool m_blCancel;  // 0 after construction and at the start of every search

@@ -7,29 +7,15 @@
 #include <sys/types.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <cstdint>
 #include <cstring>
-#include <new>
+
+#include "foundation/Alloc.h"
+#include "foundation/ReadAt.h"
 
 namespace {
 
 constexpr unsigned long kPathMax = 512;
-
-// Reads up to `size` bytes at `offset`; one logical read, retried only on interruption and
-// continued over short reads, so the result is what a single read of a regular file gives.
-long ReadAt(int fd, unsigned char* buf, unsigned long offset, unsigned long size) {
-    unsigned long done = 0;
-    while (done < size) {
-        ssize_t n = pread(fd, buf + done, size - done, static_cast<off_t>(offset + done));
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return done > 0 ? static_cast<long>(done) : -1;
-        }
-        if (n == 0) break;
-        done += static_cast<unsigned long>(n);
-    }
-    return static_cast<long>(done);
-}
 
 // Shared body of LoadFile and LoadFileEx: `spare` extra zero bytes are allocated.
 // Returns the raw read result (-1 on a read error, the buffer then stays with the caller).
@@ -37,17 +23,22 @@ bool LoadCommon(int* fd, unsigned char** out, unsigned long offset, unsigned lon
                 unsigned long spare, long* got) {
     *got = 0;
     if (fd == nullptr || out == nullptr) return false;
-    struct stat st;
-    if (fstat(*fd, &st) != 0) return false;
-    unsigned long fileSize = static_cast<unsigned long>(st.st_size);
-    if (fileSize <= offset) return false;
-    if (size == 0) size = fileSize - offset;
+    const int64_t fileSize = io::FileSize(*fd);
+    if (fileSize < 0) return false;
+    if (static_cast<uint64_t>(fileSize) <= offset) return false;
+    if (size == 0) {
+        // The rest of the file; on a 32-bit unsigned long it may not be expressible.
+        const uint64_t rest = static_cast<uint64_t>(fileSize) - offset;
+        if (rest > ~0UL) return false;
+        size = static_cast<unsigned long>(rest);
+    }
     if (*out != nullptr) return false;  // the caller must hand in a null pointer
     if (size > ~0UL - spare) return false;
-    unsigned char* buf = new (std::nothrow) unsigned char[size + spare];
+    unsigned char* buf = alloc::NewArray<unsigned char>(static_cast<uint64_t>(size) + spare);
     if (buf == nullptr) return false;
     memset(buf, 0, size + spare);
-    long n = ReadAt(*fd, buf, offset, size);
+    // A read error is -1, never a short read: the caller compares with what it asked for.
+    const long n = io::ReadAt(*fd, buf, size, offset);
     if (n == 0) {
         delete[] buf;
         *out = nullptr;
@@ -141,15 +132,14 @@ unsigned long CFileIO::LoadFileEx(int* fd, unsigned char** out, unsigned long of
 unsigned long CFileIO::LoadFile(char* path, unsigned char** out, unsigned long offset,
                                 unsigned long size) {
     if (path == nullptr) return 0;
-    int fd = open(path, O_RDONLY);
-    if (fd < 0) return 0;
-    unsigned long n = LoadFile(&fd, out, offset, size);
-    close(fd);
-    return n;
+    io::FileCloser file(open(path, O_RDONLY));
+    if (file.fd() < 0) return 0;
+    int fd = file.fd();
+    return LoadFile(&fd, out, offset, size);
 }
 
-unsigned long CFileIO::LoadFile(char* dir, char* name, unsigned char** out,
-                                unsigned long offset, unsigned long size) {
+unsigned long CFileIO::LoadFile(char* dir, char* name, unsigned char** out, unsigned long offset,
+                                unsigned long size) {
     char path[kPathMax + 1] = {};
     MergeFilename(path, dir, name, kPathMax);
     return LoadFile(path, out, offset, size);

@@ -2,26 +2,36 @@
 #include "foundation/PackFolderIO.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 
 #include "foundation/Bytes.h"
+#include "foundation/IndexSearch.h"
+#include "foundation/ReadAt.h"
+#include "foundation/TableFile.h"
 
 namespace {
 
 constexpr unsigned long kEntrySize = 20;
+constexpr uint64_t kIndexHeader = 0;  // the index is a bare array of entries
 constexpr size_t kNameSize = 12;
+constexpr size_t kPathSize = 256;
 
-// Reads index entry `index` into `entry`; false when fewer than 20 bytes come back.
-bool ReadIndexEntry(int fd, uint32_t index, unsigned char* entry) {
-    off_t at = static_cast<off_t>(index) * static_cast<off_t>(kEntrySize);
-    ssize_t n = pread(fd, entry, kEntrySize, at);
-    return n == static_cast<ssize_t>(kEntrySize);
+// Reads index entry `index` into `entry`; false when the 20 bytes cannot all be read.
+bool ReadIndexEntry(int fd, uint64_t index, unsigned char* entry) {
+    return io::ReadExactly(fd, entry, kEntrySize,
+                           table::EntryOffset(index, kEntrySize, kIndexHeader));
+}
+
+// Builds root/folder/name.ext; false when it does not fit, so that a cut name is never opened.
+bool PackPath(char (&path)[kPathSize], const char* root, const char* folder, const char* name,
+              const char* ext) {
+    memset(path, 0, sizeof(path));
+    const int n = snprintf(path, sizeof(path), "%s/%s/%s.%s", root, folder, name, ext);
+    return n >= 0 && n < static_cast<int>(sizeof(path));
 }
 
 }  // namespace
@@ -40,16 +50,13 @@ unsigned long CPackFolderIO::OpenPackFolder(char* root, char* folder, char* base
     if (root == nullptr || folder == nullptr) return 0;
     const char* name = base != nullptr ? base : folder;
 
-    char path[256] = {};
-    snprintf(path, sizeof(path), "%s/%s/%s.IDX", root, folder, name);
-    int idx = open(path, O_RDONLY);
+    char path[kPathSize];
+    int idx = PackPath(path, root, folder, name, "IDX") ? open(path, O_RDONLY) : -1;
     if (idx < 0) {
         m_iIdxFile = 0;
         return 0;
     }
-    memset(path, 0, sizeof(path));
-    snprintf(path, sizeof(path), "%s/%s/%s.DAT", root, folder, name);
-    int dat = open(path, O_RDONLY);
+    int dat = PackPath(path, root, folder, name, "DAT") ? open(path, O_RDONLY) : -1;
     if (dat < 0) {
         close(idx);
         m_iIdxFile = 0;
@@ -59,9 +66,10 @@ unsigned long CPackFolderIO::OpenPackFolder(char* root, char* folder, char* base
     m_iIdxFile = idx;
     m_iDatFile = dat;
 
-    struct stat st;
-    if (fstat(m_iIdxFile, &st) == 0) {
-        m_dwEntryCount = static_cast<uint32_t>(static_cast<uint64_t>(st.st_size) / kEntrySize);
+    const int64_t idxSize = io::FileSize(m_iIdxFile);
+    if (idxSize >= 0) {
+        m_dwEntryCount = static_cast<uint32_t>(
+            table::EntryCount(static_cast<uint64_t>(idxSize), kEntrySize, kIndexHeader));
     } else {
         m_dwEntryCount /= kEntrySize;
     }
@@ -79,31 +87,18 @@ unsigned long CPackFolderIO::OpenPackFile(char* name) {
     if (m_iDatFile == 0 || m_iIdxFile == 0 || name == nullptr) return 0;
     if (strcmp(name, m_szPackName) == 0 && m_lPackOffset >= 0 && m_lPackSize >= 0) return 1;
 
-    uint32_t lo = 0;
-    uint32_t hi = m_dwEntryCount;
-    uint32_t mid = hi / 2;
     unsigned char entry[kEntrySize];
-    for (;;) {
-        if (!ReadIndexEntry(m_iIdxFile, mid, entry)) break;
+    const index_search::Result r = index_search::Find(m_dwEntryCount, [&](uint64_t i) {
+        if (!ReadIndexEntry(m_iIdxFile, i, entry)) return index_search::Probe::kUnreadable;
         memset(m_szPackName, 0, sizeof(m_szPackName));
         memcpy(m_szPackName, entry, kNameSize);
-        int cmp = strcmp(m_szPackName, name);
-        if (cmp == 0) {
-            m_lPackOffset = bytes::ReadI32LE(entry + 12);
-            m_lPackSize = bytes::ReadI32LE(entry + 16);
-            return 1;
-        }
-        uint32_t next;
-        if (cmp < 0) {
-            next = static_cast<uint32_t>((static_cast<uint64_t>(mid) + hi) / 2);
-            if (next == mid) break;
-            lo = mid;
-        } else {
-            next = static_cast<uint32_t>((static_cast<uint64_t>(mid) + lo) / 2);
-            if (next == mid) break;
-            hi = mid;
-        }
-        mid = next;
+        const int cmp = strcmp(m_szPackName, name);  // entry minus key
+        return index_search::FromCompare(cmp < 0 ? 1 : cmp > 0 ? -1 : 0);
+    });
+    if (r.found) {
+        m_lPackOffset = bytes::ReadI32LE(entry + 12);
+        m_lPackSize = bytes::ReadI32LE(entry + 16);
+        return 1;
     }
     // Not found: the name of the last compared entry stays, the -1 values keep the cache off.
     m_lPackOffset = -1;
@@ -119,11 +114,23 @@ unsigned long CPackFolderIO::GetPackFileSize() {
 bool CPackFolderIO::ClipRead(unsigned long offset, unsigned long* size, unsigned long* at) const {
     if (m_iDatFile == 0 || m_iIdxFile == 0) return false;
     if (m_lPackSize < 0 || offset >= static_cast<unsigned long>(m_lPackSize)) return false;
+    // A negative offset from a damaged index lies before the file: nothing can be read there.
+    if (m_lPackOffset < 0) return false;
     unsigned long rest = static_cast<unsigned long>(m_lPackSize) - offset;
     if (*size == 0 || *size > rest) *size = rest;
-    // A negative offset from a damaged index wraps to a huge position, which reads refuse.
-    *at = static_cast<unsigned long>(static_cast<long>(m_lPackOffset)) + offset;
+    // Both terms are below 2^31, so the sum fits even a 32-bit unsigned long.
+    *at = static_cast<unsigned long>(m_lPackOffset) + offset;
     return true;
+}
+
+unsigned long CPackFolderIO::ReadableSize(unsigned long offset) const {
+    unsigned long size = 0;
+    unsigned long at;
+    if (!ClipRead(offset, &size, &at)) return 0;
+    const int64_t datSize = io::FileSize(m_iDatFile);
+    if (datSize < 0 || static_cast<uint64_t>(datSize) <= at) return 0;
+    const uint64_t inFile = static_cast<uint64_t>(datSize) - at;
+    return inFile < size ? static_cast<unsigned long>(inFile) : size;
 }
 
 unsigned long CPackFolderIO::LoadPackFile(unsigned char** out, unsigned long offset,
@@ -137,15 +144,8 @@ unsigned long CPackFolderIO::ReadPackFile(unsigned char* dst, unsigned long offs
                                           unsigned long size) {
     unsigned long at;
     if (dst == nullptr || !ClipRead(offset, &size, &at)) return 0;
-    if (at > static_cast<unsigned long>(INT64_MAX)) return 0;
-    unsigned long done = 0;
-    while (done < size) {
-        ssize_t n = pread(m_iDatFile, dst + done, size - done, static_cast<off_t>(at + done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        done += static_cast<unsigned long>(n);
-    }
-    return done;
+    const long n = io::ReadAt(m_iDatFile, dst, size, at);
+    return n < 0 ? 0 : static_cast<unsigned long>(n);
 }
 
 unsigned long CPackFolderIO::LoadPackFile(char* name, unsigned char** out, unsigned long offset,

@@ -29,15 +29,22 @@ public:
     unsigned long ClosePackFolder();
 
 protected:
+    // Helpers of the library's readers, not part of the interface (not exported).
     // As LoadPackFile, but into the caller's buffer of at least `size` bytes (the whole rest
     // of the file when size is 0): no allocation per read. Returns the bytes read.
-    unsigned long ReadPackFile(unsigned char* dst, unsigned long offset, unsigned long size);
+    // 0 on a read error.
+    SP_LOCAL unsigned long ReadPackFile(unsigned char* dst, unsigned long offset,
+                                        unsigned long size);
     // ReadPackFile at a 64-bit offset, for tables whose offsets are computed in 64 bits: an
     // offset that unsigned long cannot carry lies past every packed file. Size 0 reads nothing.
     SP_LOCAL unsigned long ReadPackAt(uint64_t offset, uint64_t size, unsigned char* dst);
     // Bytes read of n entries of `entrySize` from entry k of a table in the selected file.
     SP_LOCAL unsigned long ReadPackEntries(uint64_t k, uint64_t n, uint64_t entrySize,
                                            unsigned char* dst);
+    // Bytes a read at `offset` of the selected file can really return: the rest of the packed
+    // file, clipped to the end of the ".DAT" (an index entry may claim more than the data file
+    // holds). Readers size their buffers with it; 0 when nothing is selected or readable.
+    SP_LOCAL unsigned long ReadableSize(unsigned long offset = 0) const;
 
     int m_iDatFile;           // ".DAT" descriptor, 0 when not open
     int m_iIdxFile;           // ".IDX" descriptor, 0 when not open

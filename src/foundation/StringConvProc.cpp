@@ -1,5 +1,6 @@
-// CStringConvProc: Shift_JIS, UTF-8 and UTF-16 conversion over the generated code tables, kana
-// conversion and UTF-16 comparison. Every table lookup is one binary search (FindRow).
+// CStringConvProc: Shift_JIS, UTF-8 and UTF-16 conversion over the code tables of
+// ConvTables.cpp, kana conversion and UTF-16 comparison. Every table lookup is one binary
+// search (FindRow).
 #include "foundation/StringConvProc.h"
 
 #include <cstring>
@@ -401,19 +402,29 @@ unsigned short CStringConvProc::LConvToWORD(unsigned char* p) {
 }
 
 void CStringConvProc::SortConvTblUtf16(ST_CONVTBL* rows, long left, long right) {
-    if (rows == nullptr || left >= right) return;
-    const uint16_t pivot = rows[left + (right - left) / 2].wUtf16;
-    long i = left;
-    long j = right;
-    while (i <= j) {
-        while (rows[i].wUtf16 < pivot) ++i;
-        while (rows[j].wUtf16 > pivot) --j;
-        if (i <= j) {
-            std::swap(rows[i], rows[j]);
-            ++i;
-            --j;
+    if (rows == nullptr) return;
+    // Recursion on the smaller part, a loop on the larger: the depth stays below log2 of the
+    // row count whatever the order of the rows. The parts are disjoint, so the order in which
+    // they are sorted does not change the result.
+    while (left < right) {
+        const uint16_t pivot = rows[left + (right - left) / 2].wUtf16;
+        long i = left;
+        long j = right;
+        while (i <= j) {
+            while (rows[i].wUtf16 < pivot) ++i;
+            while (rows[j].wUtf16 > pivot) --j;
+            if (i <= j) {
+                std::swap(rows[i], rows[j]);
+                ++i;
+                --j;
+            }
+        }
+        if (j - left < right - i) {
+            SortConvTblUtf16(rows, left, j);
+            left = i;
+        } else {
+            SortConvTblUtf16(rows, i, right);
+            right = j;
         }
     }
-    SortConvTblUtf16(rows, left, j);
-    SortConvTblUtf16(rows, i, right);
 }

@@ -74,6 +74,7 @@ public:
     unsigned short ConvToWORD(unsigned char* p);
     unsigned short LConvToWORD(unsigned char* p);
 
-    // Sorts rows left..right (inclusive) by wUtf16: recursive quicksort, middle row as pivot.
+    // Sorts rows left..right (inclusive) by wUtf16: quicksort, middle row as pivot, recursion
+    // depth bounded by log2 of the row count.
     void SortConvTblUtf16(ST_CONVTBL* rows, long left, long right);
 };

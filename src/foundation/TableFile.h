@@ -12,13 +12,15 @@ namespace table {
 constexpr uint64_t kHeaderSize = 16;
 
 // Entries of `entrySize` bytes in a table of `fileSize` bytes (0 when not even the header fits).
-inline uint64_t EntryCount(uint64_t fileSize, uint64_t entrySize) {
-    return fileSize < kHeaderSize || entrySize == 0 ? 0 : (fileSize - kHeaderSize) / entrySize;
+// `headerSize` is 0 for headerless arrays such as a pack folder's index.
+inline uint64_t EntryCount(uint64_t fileSize, uint64_t entrySize,
+                           uint64_t headerSize = kHeaderSize) {
+    return fileSize < headerSize || entrySize == 0 ? 0 : (fileSize - headerSize) / entrySize;
 }
 
 // Byte offset of entry k. 64-bit: no entry index of a 32-bit count can overflow it.
-inline uint64_t EntryOffset(uint64_t k, uint64_t entrySize) {
-    return kHeaderSize + k * entrySize;
+inline uint64_t EntryOffset(uint64_t k, uint64_t entrySize, uint64_t headerSize = kHeaderSize) {
+    return headerSize + k * entrySize;
 }
 
 }  // namespace table

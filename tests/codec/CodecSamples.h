@@ -1,46 +1,27 @@
-// Inputs shared by the codec tests: the kinds of data the block forms must carry (empty, single
-// bytes, runs, random bytes, Shift_JIS text, fixed-size records, sizes around powers of two).
+// Inputs and entry points shared by the codec tests: the kinds of data the block forms carry
+// (empty, single bytes, runs, random bytes, records, sizes around powers of two) and every
+// decoding entry point with the encoder that makes its blocks.
 #pragma once
 
 #include <cstdint>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "ByteWriter.h"
+#include "BlockEncoders.h"
+#include "SearchProc.h"
 
 namespace codectest {
 
 using mapdb::Bytes;
 
-struct Sample {
-    std::string name;
-    Bytes data;
-};
-
 inline Bytes RandomBytes(size_t n, uint32_t seed) {
     std::mt19937 rng(seed);
     Bytes b(n);
     for (auto& x : b) x = static_cast<uint8_t>(rng());
-    return b;
-}
-
-// Shift_JIS place names ("東京都千代田区", "大阪府", "北海道札幌市") with ASCII between them.
-inline Bytes ShiftJisText(size_t n) {
-    static const uint8_t kWords[][14] = {
-        {0x93, 0x8c, 0x8b, 0x9e, 0x93, 0x73, 0x90, 0xe7, 0x91, 0xe3, 0x93, 0x63, 0x8b, 0xe6},
-        {0x91, 0xe5, 0x8d, 0xe3, 0x95, 0x7b, 0x20, 0x31, 0x2d, 0x32, 0x2d, 0x33, 0x0a, 0x00},
-        {0x96, 0x6b, 0x8a, 0x43, 0x93, 0xb9, 0x8e, 0x44, 0x96, 0x79, 0x8e, 0x73, 0x2c, 0x20},
-    };
-    Bytes b;
-    std::mt19937 rng(11);
-    while (b.size() < n) {
-        const uint8_t* w = kWords[rng() % 3];
-        b.insert(b.end(), w, w + 14);
-    }
-    b.resize(n);
     return b;
 }
 
@@ -50,35 +31,25 @@ inline Bytes Records(size_t n) {
     for (uint32_t i = 0; w.size() < n; ++i) {
         w.U32(0xB1000000u + i);
         w.U32(3000000 + i * 37);
-        w.U32(12000000 + (i * 101) % 5000);
         w.U8(i % 7);
         w.U8(12);
         w.U16(i % 300);
-        w.Fixed("POI" + std::to_string(i % 97), 16);
+        w.Fixed("POI" + std::to_string(i % 97), 20);
     }
     Bytes b = w.Take();
     b.resize(n);
     return b;
 }
 
-inline std::vector<Sample> RoundTripSamples() {
-    std::vector<Sample> s = {
-        {"empty", {}},
-        {"one_byte", {0x41}},
-        {"one_zero", {0x00}},
-        {"two_bytes", {0xFF, 0x00}},
-        {"run_1000", Bytes(1000, 0x61)},
-        {"run_70000", Bytes(70000, 0x00)},
-        {"alternating", {}},
-        {"random_3000", RandomBytes(3000, 1)},
-        {"random_65536", RandomBytes(65536, 2)},
-        {"shift_jis", ShiftJisText(5000)},
-        {"records", Records(20000)},
-    };
-    for (int i = 0; i < 4000; ++i) s[6].data.push_back(i % 2 ? 0xAB : 0x10);
-    for (size_t n : {255u, 256u, 257u, 4095u, 4096u, 4097u, 32767u, 32768u, 32769u}) {
-        s.push_back({"records_" + std::to_string(n), Records(n)});
-    }
+inline std::vector<Bytes> Samples() {
+    std::vector<Bytes> s = {{},
+                            {0x41},
+                            {0xFF, 0x00},
+                            Bytes(70000, 0),
+                            RandomBytes(3000, 1),
+                            RandomBytes(65536, 2),
+                            Records(20000)};
+    for (size_t n : {255u, 256u, 4097u, 32768u}) s.push_back(Records(n));
     return s;
 }
 
@@ -86,5 +57,40 @@ inline Bytes ReadFixture(const std::string& name) {
     std::ifstream f(std::string(TESTS_SOURCE_DIR) + "/codec/data/" + name, std::ios::binary);
     return Bytes(std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>());
 }
+
+using DecodeFn = std::function<unsigned long(CMarlinDataProc&, void*, void*, unsigned long)>;
+struct Form {
+    const char* name;
+    std::function<Bytes(const Bytes&)> encode;
+    DecodeFn decode;
+    bool sized;  // the interface takes the source size (the LZMA form)
+};
+
+#define CODEC_FORM(call)                                        \
+    [](CMarlinDataProc& p, void* d, void* s, unsigned long n) { \
+        (void)n;                                                \
+        return p.call;                                          \
+    }
+inline std::vector<Form> Forms() {
+    auto huf = [](const Bytes& b) { return mapdb::EncodeHuffmanBlock(b); };
+    auto x86 = [](const Bytes& b) { return mapdb::EncodeLzmaBlock(b, true); };
+    return {{"lzma", [](const Bytes& b) { return mapdb::EncodeLzmaBlock(b); },
+             CODEC_FORM(Decode(d, s, n)), true},
+            {"lzma x86", x86, CODEC_FORM(Decode(d, s, n)), true},
+            {"Decode", mapdb::EncodeBwtLzssBlock, CODEC_FORM(Decode(d, s)), false},
+            {"BwtLzss", mapdb::EncodeBwtLzssBlock, CODEC_FORM(DecodeBwtLzss(d, s)), false},
+            {"BwtMtfLzss", mapdb::EncodeBwtMtfLzssBlock, CODEC_FORM(DecodeBwtMtfLzss(d, s)), false},
+            {"BwtMtfRc", mapdb::EncodeBwtMtfRcBlock, CODEC_FORM(DecodeBwtMtfRc(d, s)), false},
+            {"BwtLzssHuf", mapdb::EncodeBwtLzssHufBlock, CODEC_FORM(DecodeBwtLzssHuf(d, s)), false},
+            {"Lzss", mapdb::EncodeLzssBlock, CODEC_FORM(LZSS_Decode(s, d)), false},
+            {"Huffman", huf, CODEC_FORM(Huffman_Decode(s, d)), false},
+            {"BlockSort", mapdb::EncodeBlockSortBlock,
+             CODEC_FORM(CBlockSortingLSProc::Decode(d, s)), false},
+            {"MoveToFront", mapdb::EncodeMoveToFrontBlock,
+             CODEC_FORM(CMoveToFrontProc::Decode(d, s)), false},
+            {"RangeCoder", mapdb::EncodeRangeCoderBlock, CODEC_FORM(CRangeCoderProc::Decode(d, s)),
+             false}};
+}
+#undef CODEC_FORM
 
 }  // namespace codectest

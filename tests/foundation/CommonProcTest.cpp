@@ -33,48 +33,22 @@ public:
     bool Cancelled() const { return m_blCancel; }
 };
 
-TEST(CommonProc, StaticDefaults) {
-    EXPECT_TRUE(kInitial.db);
-    EXPECT_FALSE(kInitial.sd);
-    EXPECT_EQ("", kInitial.path);
-    EXPECT_EQ("", kInitial.sdPath);
-    EXPECT_TRUE(kInitial.pathAllZero);
-}
-
-TEST(CommonProc, PathSettersClearTheWholeBufferAndNeverOverflow) {
+TEST(CommonProc, DefaultsSettersAndTheCancelFlag) {
+    EXPECT_TRUE(kInitial.db && !kInitial.sd && kInitial.pathAllZero && kInitial.sdPath.empty());
     testsupport::ScopedSettings keep;
-    CCommonProc::SetPath("/a/much/longer/path");
-    CCommonProc::SetPath("/short");
-    EXPECT_STREQ("/short", g_tcharPath);
-    EXPECT_TRUE(std::all_of(g_tcharPath + 6, g_tcharPath + 256, [](char c) { return !c; }))
-        << "no trailing characters of the old path";
-    CCommonProc::SetPath("");
-    EXPECT_TRUE(std::all_of(g_tcharPath, g_tcharPath + 256, [](char c) { return !c; }));
-
     CCommonProc::SetSDPath("/sd");
     const std::string sdBefore(g_tcharSDPath, 256);
-    for (size_t len : {254u, 255u, 256u, 300u, 1000u}) {
-        SCOPED_TRACE(len);
-        std::string longPath(len, 'x');
-        CCommonProc::SetPath(longPath.c_str());
+    for (size_t len : {400u, 255u, 6u}) {  // each path clears every byte of the one before
+        CCommonProc::SetPath(std::string(len, 'x').c_str());
         EXPECT_EQ(std::min<size_t>(len, 255), strlen(g_tcharPath)) << "cut, still terminated";
+        EXPECT_TRUE(std::all_of(g_tcharPath + strlen(g_tcharPath), g_tcharPath + 256,
+                                [](char c) { return !c; }));
         EXPECT_EQ(sdBefore, std::string(g_tcharSDPath, 256)) << "the neighbour is untouched";
     }
-    std::string longPath(400, 'y');
-    CCommonProc::SetSDPath(longPath.c_str());
-    EXPECT_EQ(255u, strlen(g_tcharSDPath));
-
     CCommonProc::EnableDB(false);
     CCommonProc::EnableSD(true);
-    EXPECT_FALSE(CCommonProc::IsDBEnabled());
-    EXPECT_TRUE(CCommonProc::IsSDEnabled());
-    EXPECT_FALSE(g_blEnableDB);
-    EXPECT_TRUE(g_blEnableSD);
-}
-
-TEST(CommonProc, CancelSetsOnlyThisObjectsFlag) {
+    EXPECT_TRUE(!g_blEnableDB && !CCommonProc::IsDBEnabled() && CCommonProc::IsSDEnabled());
     Probe a, b;
-    EXPECT_FALSE(a.Cancelled());
     a.CancelProc();
     EXPECT_TRUE(a.Cancelled());
     EXPECT_FALSE(b.Cancelled());
@@ -96,9 +70,9 @@ TEST(CommonProc, FallbackFromDatabaseToSdFollowsBothSwitches) {
         const char* expected;  // "" = fails
     };
     const Case cases[] = {
-        {true, true, true, false, "db"},   {true, true, true, true, "db"},
-        {false, true, true, false, ""},    {false, true, true, true, "sd"},
-        {false, false, true, true, ""},    {true, false, false, false, ""},
+        {true, true, true, false, "db"}, {true, true, true, true, "db"},
+        {false, true, true, false, ""},  {false, true, true, true, "sd"},
+        {false, false, true, true, ""},  {true, false, false, false, ""},
         {true, true, false, true, "sd"},  // database switched off: straight to the SD copy
         {true, false, false, true, ""},
     };
@@ -126,16 +100,25 @@ TEST(CommonProc, FallbackFromDatabaseToSdFollowsBothSwitches) {
     }
 }
 
-TEST(CommonProc, SdCopyMayCarryItsOwnFileName) {
+TEST(CommonProc, SdCopyMayCarryItsOwnNameAndTheLongestPathOpens) {
     mapdb::TempDir dbRoot, sdRoot;
     mapdb::MakeDirs(sdRoot / "S");
     mapdb::WriteFile(sdRoot / "S/SDNAME.DAT", {'s'});
+    // root + '/' + a relative path of exactly 512 bytes, components of at most 255.
+    std::string rel;
+    while (dbRoot.path().size() + 1 + rel.size() < 512 - 256) rel += std::string(200, 'd') + "/";
+    mapdb::MakeDirs(dbRoot / rel);
+    rel += std::string(512 - dbRoot.path().size() - 1 - rel.size(), 'f');
+    mapdb::WriteFile(dbRoot / rel, {'x'});
     testsupport::ScopedSettings keep;
     keep.Use(dbRoot.path(), sdRoot.path(), true, true);
     EXPECT_EQ(-1, Probe::OpenDataFile("S/DBNAME.DAT"));
-    int fd = Probe::OpenDataFile("S/DBNAME.DAT", "S/SDNAME.DAT");
-    EXPECT_GE(fd, 0);
-    if (fd >= 0) close(fd);
+    for (const char* sdName : {"S/SDNAME.DAT", static_cast<const char*>(nullptr)}) {
+        const int fd = Probe::OpenDataFile(sdName ? "S/DBNAME.DAT" : rel.c_str(), sdName);
+        EXPECT_GE(fd, 0) << (sdName ? sdName : "512 bytes");
+        close(fd);
+    }
+    EXPECT_EQ(-1, Probe::OpenDataFile((rel + "g").c_str())) << "513 bytes";
 }
 
 TEST(CommonProc, EmptyDatabaseIndexBlocksTheSdCopy) {

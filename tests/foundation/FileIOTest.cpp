@@ -1,4 +1,5 @@
-// CFileIO: path joining, splitting, existence and the loaders' size, offset and buffer rules.
+// CFileIO: joining and splitting at their bounds, the loaders' offset, size and buffer rules,
+// paths of the longest length, read errors and descriptors never left open.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -13,194 +14,133 @@
 
 namespace {
 
-std::string Str(const char* p) { return p; }
-
-TEST(FileIO, MergeFilenameBoundaries) {
-    struct Case {
-        const char* dir;
-        const char* name;
-        unsigned long size;
-        unsigned long result;
-        std::string joined;  // expected bytes of the output, size bytes long when it succeeds
-    };
-    const Case cases[] = {
-        {"abcd", "efghi", 10, 1, std::string("abcd/efghi", 10)},  // fills all 10, no terminator
-        {"abcd", "efghij", 10, 0, std::string(10, '\0')},         // one too long: all cleared
-        {"abcd", "e", 10, 1, std::string("abcd/e\0\0\0\0", 10)},
-        {"", "name", 10, 1, std::string("/name\0\0\0\0\0", 10)},  // empty dir: leading '/'
-        {"dir/", "n", 10, 1, std::string("dir//n\0\0\0\0", 10)},  // no normalisation
-        {"abcdefghijkl", "x", 10, 0, std::string(10, '\0')},      // dir alone exceeds size
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.dir) + " + " + c.name);
-        char out[16];
-        memset(out, 'Z', sizeof(out));
-        EXPECT_EQ(c.result, CFileIO::MergeFilename(out, const_cast<char*>(c.dir),
-                                                   const_cast<char*>(c.name), c.size));
-        EXPECT_EQ(c.joined, std::string(out, c.size));
-        EXPECT_EQ('Z', out[c.size]) << "wrote past size";
-    }
-    char out[4] = {'Z', 'Z', 'Z', 'Z'};
-    EXPECT_EQ(0u, CFileIO::MergeFilename(out, const_cast<char*>("a"), const_cast<char*>("b"), 0));
-    EXPECT_EQ('Z', out[0]) << "size 0 must not touch the output";
+char* C(const std::string& s) {
+    return const_cast<char*>(s.c_str());
 }
 
-TEST(FileIO, GetDirectryFileNameSplitsAtLastSlash) {
+int LowestFreeDescriptor() {
+    const int fd = open("/dev/null", O_RDONLY);
+    close(fd);
+    return fd;
+}
+
+TEST(FileIO, MergeAndSplitAtTheirBounds) {
     struct Case {
-        const char* path;
         const char* dir;
         const char* name;
+        unsigned long result;
+        std::string joined;  // all 10 bytes of the output
     };
     const Case cases[] = {
-        {"file.dat", "", "file.dat"},
-        {"/a/b/c", "/a/b/", "c"},
-        {"a/b/c", "a/b/", "c"},
-        {"dir/", "dir/", ""},
-        {"/", "/", ""},
+        {"abcd", "efghi", 1, std::string("abcd/efghi", 10)},  // fills 10, no terminator
+        {"abcd", "efghij", 0, std::string(10, '\0')},         // one too long: cleared
+        {"", "name", 1, std::string("/name\0\0\0\0\0", 10)},
+        {"dir/", "n", 1, std::string("dir//n\0\0\0\0", 10)},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.path);
-        char dir[513] = {};
-        char name[513] = {};
-        EXPECT_EQ(0u, CFileIO::GetDirectryFileName(dir, name, c.path));
-        EXPECT_STREQ(c.dir, dir);
-        EXPECT_STREQ(c.name, name);
+        char out[12];
+        memset(out, 'Z', sizeof(out));
+        EXPECT_EQ(c.result, CFileIO::MergeFilename(out, C(c.dir), C(c.name), 10)) << c.name;
+        EXPECT_EQ(c.joined, std::string(out, 11).substr(0, 10)) << c.name;
+        EXPECT_EQ('Z', out[10]) << "wrote past size";
+    }
+    char out[2] = {'Z'};
+    EXPECT_EQ(0u, CFileIO::MergeFilename(out, C("a"), C("b"), 0));
+    EXPECT_EQ('Z', out[0]);
+    const char* split[][3] = {{"file", "", "file"}, {"/a/b/c", "/a/b/", "c"}, {"dir/", "dir/", ""}};
+    for (auto& s : split) {
+        char dir[513] = {}, name[513] = {};
+        EXPECT_EQ(0u, CFileIO::GetDirectryFileName(dir, name, s[0]));
+        EXPECT_STREQ(s[1], dir);
+        EXPECT_STREQ(s[2], name);
     }
 }
 
 TEST(FileIO, OpenHelpersAndTheAlwaysTrueExistenceCheck) {
     mapdb::TempDir tmp;
-    mapdb::WriteFile(tmp / "present.bin", {1, 2, 3});
-    char* root = const_cast<char*>(tmp.path().c_str());
-
-    int fd = CFileIO::CreateFile(root, const_cast<char*>("present.bin"));
+    mapdb::WriteFile(tmp / "f.bin", {1});
+    const int fd = CFileIO::CreateFile(C(tmp.path()), C("f.bin"));
     EXPECT_GE(fd, 0);
-    if (fd >= 0) close(fd);
-    EXPECT_EQ(-1, CFileIO::CreateFile(root, const_cast<char*>("absent.bin")));
-
-    // The write open never creates: a missing file fails, but its folder is made.
-    std::string sub = tmp / "newdir";
-    EXPECT_EQ(-1, CFileIO::CreateWriteFile(const_cast<char*>(sub.c_str()),
-                                           const_cast<char*>("out.bin")));
+    close(fd);
+    EXPECT_EQ(-1, CFileIO::CreateFile(C(tmp.path()), C("absent")));
+    // The write open never creates the file, but makes its folder.
+    EXPECT_EQ(-1, CFileIO::CreateWriteFile(C(tmp / "new"), C("out")));
     struct stat st;
-    EXPECT_EQ(0, stat(sub.c_str(), &st));
-    EXPECT_FALSE(stat((sub + "/out.bin").c_str(), &st) == 0);
-    fd = CFileIO::CreateWriteFile(root, const_cast<char*>("present.bin"));
-    EXPECT_GE(fd, 0);
-    if (fd >= 0) close(fd);
-
-    // Deliberately 1 whether or not the file or its folder exists.
-    for (const std::string& p : {tmp / "present.bin", tmp / "absent.bin",
-                                 tmp / "no/such/dir/x", std::string("bare-name")}) {
-        SCOPED_TRACE(p);
-        EXPECT_EQ(1u, CFileIO::IsFileExist(const_cast<char*>(p.c_str())));
-    }
-    EXPECT_EQ(1u, CFileIO::IsFileExist(root, const_cast<char*>("absent.bin")));
+    EXPECT_EQ(0, stat((tmp / "new").c_str(), &st));
+    EXPECT_EQ(1u, CFileIO::IsFileExist(C(tmp / "no/such/x")));
+    EXPECT_EQ(1u, CFileIO::IsFileExist(C(tmp.path()), C("absent")));
 }
 
-class LoadFileTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        content_ = "0123456789";
-        mapdb::WriteFile(tmp_ / "ten.bin", mapdb::Bytes(content_.begin(), content_.end()));
-        mapdb::WriteFile(tmp_ / "empty.bin", {});
-        fd_ = open((tmp_ / "ten.bin").c_str(), O_RDONLY);
-        ASSERT_GE(fd_, 0);
-    }
-    void TearDown() override { close(fd_); }
-
-    mapdb::TempDir tmp_;
-    std::string content_;
-    int fd_ = -1;
-};
-
-TEST_F(LoadFileTest, OffsetAndSizeRules) {
+TEST(FileIO, LoadRulesOnADescriptor) {
+    mapdb::TempDir tmp;
+    mapdb::WriteFile(tmp / "ten", {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9'});
+    int fd = open((tmp / "ten").c_str(), O_RDONLY);
     struct Case {
-        unsigned long offset;
-        unsigned long size;
-        unsigned long result;
+        unsigned long offset, size, result;
         std::string data;
     };
-    const Case cases[] = {
-        {0, 0, 10, "0123456789"},  // size 0: to the end
-        {9, 0, 1, "9"},            // one byte before the end
-        {10, 0, 0, ""},            // offset equal to the file size fails
-        {11, 5, 0, ""},
-        {3, 4, 4, "3456"},
-        {8, 5, 2, "89"},  // past the end: not clipped, the read comes back short
-    };
+    const Case cases[] = {{0, 0, 10, "0123456789"},
+                          {9, 0, 1, "9"},
+                          {10, 0, 0, ""},
+                          {3, 4, 4, "3456"},
+                          {8, 5, 2, "89"}};  // not clipped: short read
     for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.offset) + "," + std::to_string(c.size));
         unsigned char* buf = nullptr;
-        EXPECT_EQ(c.result, CFileIO::LoadFile(&fd_, &buf, c.offset, c.size));
+        EXPECT_EQ(c.result, CFileIO::LoadFile(&fd, &buf, c.offset, c.size)) << c.offset;
         if (c.result == 0) {
             EXPECT_EQ(nullptr, buf);
             continue;
         }
-        ASSERT_NE(nullptr, buf);
-        EXPECT_EQ(c.data, std::string(reinterpret_cast<char*>(buf), c.result));
-        EXPECT_EQ(0, buf[c.result]) << "the spare byte terminates the data";
+        EXPECT_EQ(c.data + '\0', std::string(reinterpret_cast<char*>(buf), c.result + 1));
         delete[] buf;
     }
-}
-
-TEST_F(LoadFileTest, RefusesNonNullOutputWithoutTouchingIt) {
-    unsigned char sentinel = 0;
-    unsigned char* buf = &sentinel;
-    EXPECT_EQ(0u, CFileIO::LoadFile(&fd_, &buf, 0, 0));
-    EXPECT_EQ(&sentinel, buf);
-    EXPECT_EQ(0u, CFileIO::LoadFileEx(&fd_, &buf, 0, 0));
-    EXPECT_EQ(&sentinel, buf);
-}
-
-TEST_F(LoadFileTest, ExVariantCountsOneMoreAndKeepsTwoSpareBytes) {
     unsigned char* buf = nullptr;
-    EXPECT_EQ(5u, CFileIO::LoadFileEx(&fd_, &buf, 6, 0));
-    ASSERT_NE(nullptr, buf);
-    EXPECT_EQ("6789", std::string(reinterpret_cast<char*>(buf)));
-    EXPECT_EQ(0, buf[4]);
-    EXPECT_EQ(0, buf[5]);
+    EXPECT_EQ(5u, CFileIO::LoadFileEx(&fd, &buf, 6, 0)) << "one more than read";
+    EXPECT_EQ(std::string("6789\0\0", 6), std::string(reinterpret_cast<char*>(buf), 6));
+    unsigned char* const held = buf;
+    EXPECT_EQ(0u, CFileIO::LoadFile(&fd, &buf, 0, 0)) << "occupied output refused";
+    EXPECT_EQ(0u, CFileIO::LoadFileEx(&fd, &buf, 0, 0));
+    EXPECT_EQ(held, buf);
     delete[] buf;
+    close(fd);
+    // A read error is a failure, never a short file: a directory reads with EISDIR.
+    fd = open(tmp.path().c_str(), O_RDONLY);
     buf = nullptr;
-    EXPECT_EQ(0u, CFileIO::LoadFileEx(&fd_, &buf, 10, 0));
-    EXPECT_EQ(nullptr, buf);
+    const unsigned long n = CFileIO::LoadFile(&fd, &buf, 0, 4);
+    EXPECT_TRUE(n == 0 || n == ~0ul) << n;
+    delete[] buf;
+    close(fd);
 }
 
-TEST_F(LoadFileTest, PathFormsOpenAndClose) {
-    char* root = const_cast<char*>(tmp_.path().c_str());
-    std::string full = tmp_ / "ten.bin";
-    unsigned char* buf = nullptr;
-    EXPECT_EQ(10u, CFileIO::LoadFile(const_cast<char*>(full.c_str()), &buf));
-    delete[] buf;
-    buf = nullptr;
-    EXPECT_EQ(3u, CFileIO::LoadFile(const_cast<char*>(full.c_str()), &buf, 7, 0));
-    EXPECT_EQ("789", Str(reinterpret_cast<char*>(buf)));
-    delete[] buf;
-    buf = nullptr;
-    EXPECT_EQ(2u, CFileIO::LoadFile(root, const_cast<char*>("ten.bin"), &buf, 1, 2));
-    EXPECT_EQ("12", Str(reinterpret_cast<char*>(buf)));
-    delete[] buf;
-    buf = nullptr;
-    EXPECT_EQ(10u, CFileIO::LoadFile(root, const_cast<char*>("ten.bin"), &buf));
-    delete[] buf;
-    buf = nullptr;
-    // An empty file fails: its size 0 is not greater than offset 0.
-    EXPECT_EQ(0u, CFileIO::LoadFile(root, const_cast<char*>("empty.bin"), &buf));
-    EXPECT_EQ(0u, CFileIO::LoadFile(root, const_cast<char*>("absent.bin"), &buf));
-    EXPECT_EQ(nullptr, buf);
-
-    // The path forms close what they open: many loads leave the descriptor count unchanged.
-    int before = open("/dev/null", O_RDONLY);
-    close(before);
-    for (int i = 0; i < 50; ++i) {
+TEST(FileIO, PathFormsTakeTheLongestPathAndCloseWhatTheyOpen) {
+    mapdb::TempDir tmp;
+    // A joined path of exactly 512 bytes: directory parts of at most 255 bytes each.
+    std::string dir = tmp.path();
+    while (dir.size() < 512 - 1 - 100 - 201) dir += "/" + std::string(200, 'd');
+    dir += "/" + std::string(512 - 1 - 100 - dir.size() - 1, 'e');
+    mapdb::MakeDirs(dir);
+    const std::string name(100, 'n');
+    ASSERT_EQ(512u, dir.size() + 1 + name.size());
+    mapdb::WriteFile(dir + "/" + name, {'x', 'y'});
+    mapdb::WriteFile(tmp / "empty", {});
+    const int before = LowestFreeDescriptor();
+    for (int i = 0; i < 20; ++i) {
+        unsigned char* buf = nullptr;
+        EXPECT_EQ(2u, CFileIO::LoadFile(C(dir), C(name), &buf));
+        EXPECT_STREQ("xy", reinterpret_cast<char*>(buf));
+        delete[] buf;
         buf = nullptr;
-        CFileIO::LoadFile(const_cast<char*>(full.c_str()), &buf);
+        EXPECT_EQ(1u, CFileIO::LoadFile(C(dir + "/" + name), &buf, 1, 0));
         delete[] buf;
-        CFileIO::LoadFile(root, const_cast<char*>("empty.bin"), &buf);
+        buf = nullptr;
+        EXPECT_EQ(0u, CFileIO::LoadFile(C(tmp.path()), C("empty"), &buf));
+        EXPECT_EQ(0u, CFileIO::LoadFile(C(dir + "x"), C(name), &buf)) << "513 bytes";
+        EXPECT_EQ(nullptr, buf);
+        const int fd = CFileIO::CreateFile(C(dir), C(name));
+        EXPECT_GE(fd, 0);
+        close(fd);
     }
-    int after = open("/dev/null", O_RDONLY);
-    close(after);
-    EXPECT_EQ(before, after);
+    EXPECT_EQ(before, LowestFreeDescriptor());
 }
 
 }  // namespace

@@ -1,0 +1,40 @@
+// The shared library exports its interface and nothing else: the dynamic symbol table (nm -DC)
+// holds the interface classes, the plain-C decoders and the settings globals, and none of the
+// helpers the library's readers share.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+std::string DynamicSymbols() {
+    const std::string cmd =
+        std::string("nm -DC --defined-only '") + SEARCHPROC_SHARED_LIBRARY + "'";
+    std::string out;
+    if (FILE* p = popen(cmd.c_str(), "r")) {
+        char buf[4096];
+        for (size_t n; (n = fread(buf, 1, sizeof(buf), p)) > 0;) out.append(buf, n);
+        pclose(p);
+    }
+    return out;
+}
+
+TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
+    const std::string symbols = DynamicSymbols();
+    ASSERT_NE(std::string::npos, symbols.find("CFileIO::LoadFile(int*")) << symbols.substr(0, 500);
+    for (const char* present :
+         {"CCommonProc::SetPath(char const*)", "CPackFolderIO::OpenPackFile(char*)",
+          "CMarlinDataProc::Decode(void*, void*, unsigned long)", "LzmaRamDecompress",
+          "LzmaRamGetUncompressedSize", "CStringConvProc::SjisToUtf8(unsigned short)",
+          "CRangeCoderProc::InitRangeCoder()", "g_tcharPath", "g_blEnableDB", "g_stConvTbl"}) {
+        EXPECT_NE(std::string::npos, symbols.find(present)) << present;
+    }
+    for (const char* absent : {"OpenDataFolder", "OpenDataFile", "LoadDataFile", "ReadPackFile",
+                               "ReadableSize", "ClipRead", "DecodeBounded", "io::", "table::",
+                               "TableFile", "index_search::", "codec::", "alloc::", "bytes::"}) {
+        EXPECT_EQ(std::string::npos, symbols.find(absent)) << absent;
+    }
+}
+
+}  // namespace
