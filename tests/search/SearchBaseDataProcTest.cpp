@@ -10,6 +10,7 @@
 
 #include "ByteWriter.h"
 #include "GenreWriter.h"
+#include "KanaWriter.h"
 #include "TempDir.h"
 #include "support/Poi.h"
 #include "support/Settings.h"
@@ -313,6 +314,10 @@ TEST(Writers, RefuseWhatCannotBeStored) {
         tmp.path(), {testsupport::MakePoi("x", "ガス"), testsupport::MakePoi("y", "ヴ")});
     EXPECT_EQ((std::vector<uint32_t>{0xB6000000, 0xB3000000}), r.ids);
     EXPECT_EQ(std::string("\xB6\xBD"), r.readings[0]);
+    std::vector<mapdb::PoiSource> kana = {testsupport::MakePoi("x", "漢字"), testsupport::MakePoi("y", "ヴ")};
+    EXPECT_THROW(mapdb::WriteKana(tmp.path(), kana, r), mapdb::Error) << "not kana";
+    kana[0].reading = "キ";
+    EXPECT_THROW(mapdb::WriteKana(tmp.path(), kana, r), mapdb::Error) << "not the base data";
     const mapdb::ArrivalPoint west{"w", 431999990, kTokyoLat, 0}, named{std::string(80, 'n'), kTokyoLon, kTokyoLat, 0};
     EXPECT_THROW(mapdb::WriteArrival(tmp.path(), {{1, {named}}}), mapdb::Error);
     EXPECT_THROW(mapdb::WriteArrival(tmp.path(), {{1, {west}}}), mapdb::Error);
