@@ -234,23 +234,7 @@ TEST_F(BaseDataTest, ListsFewerMatchesThanAskedAndAddsArrivalPoints) {
     EXPECT_EQ("POI1", testsupport::NameOf(out[1])) << "the POI's own name is kept";
 }
 
-TEST_F(BaseDataTest, FallsBackToTheSdCopyOnlyWithTheDatabaseEnabled) {
-    mapdb::TempDir empty;
-    struct Case {
-        bool enableDB, enableSD, ok;
-    } cases[] = {{true, false, false}, {true, true, true}, {false, true, false}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.enableDB << c.enableSD);
-        settings_.Use(empty.path(), tmp_->path(), c.enableDB, c.enableSD);
-        CSearchBaseDataProc base;
-        CLocationData out;
-        EXPECT_EQ(c.ok, base.SearchProc(&out, Id(kFile, 42)));
-        EXPECT_EQ(c.ok ? 1u : 0u, base.GetRefinedTotal(Id(kFile, 42), 1, kAny, kAny, kAny, kAny));
-        EXPECT_EQ(c.ok, base.GetList(&out, Id(kFile, 42), 1, 0, 1, kAny, kAny, kAny, kAny));
-    }
-}
-
-TEST_F(BaseDataTest, DamagedAndMissingFilesFail) {
+TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {
     const mapdb::Bytes idx = mapdb::ReadFile(*tmp_ / "BASE/B177.IDX");
     const mapdb::Bytes cnt = mapdb::ReadFile(*tmp_ / "BASE/B177.CNT");
     const mapdb::Bytes dat = mapdb::ReadFile(*tmp_ / "BASE/B177.DAT");
@@ -265,6 +249,7 @@ TEST_F(BaseDataTest, DamagedAndMissingFilesFail) {
         bool listed;                        // records 0-4 listed
         std::vector<unsigned long> filled;  // before the failure
     } cases[] = {
+        {"intact", {idx, cnt, dat}, true, true, 5, true, {0, 1, 2, 3, 4}},
         {"no data file", {idx, cnt, {}}, false, false, 5, false, {}},
         {"no index", {{}, cnt, dat}, false, false, 0, false, {}},
         {"no container table", {idx, {}, dat}, false, false, 5, false, {}},
@@ -274,6 +259,17 @@ TEST_F(BaseDataTest, DamagedAndMissingFilesFail) {
         {"containers out of order", {idx, reversed, dat}, false, false, 5, false, {}},
         {"data file cut", {idx, cnt, {dat.begin(), dat.begin() + 100}}, false, false, 5, false, {}},
     };
+    mapdb::TempDir empty;
+    for (int sw = 0; sw < 4; ++sw) {  // the database, then the SD copy; off and disabled
+        SCOPED_TRACE(sw);
+        settings_.Use(sw ? empty.path() : tmp_->path(), tmp_->path(), sw != 3, sw != 2);
+        CLocationData out;
+        EXPECT_EQ(sw < 2, CSearchBaseDataProc().SearchProc(&out, Id(kFile, 42)));
+        EXPECT_EQ(sw < 2 ? 1u : 0u,
+                  CSearchBaseDataProc().GetRefinedTotal(Id(kFile, 42), 1, kAny, kAny, kAny, kAny));
+        EXPECT_EQ(sw < 2, CSearchBaseDataProc().GetList(&out, Id(kFile, 42), 1, 0, 1, kAny, kAny,
+                                                        kAny, kAny));
+    }
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         mapdb::TempDir copy;
