@@ -71,8 +71,10 @@ TEST_F(ArrivalTest, CollectsPointsInNumberOrderAndFindsEveryIndexPosition) {
     }
     // Windows of the list of three.
     ASSERT_EQ(1u, arrival.SearchProc(&count, 0xB1000002));
-    const unsigned long windows[][3] = {{0, 0, 0}, {0, 3, 1}, {2, 1, 1}, {3, 1, 0}, {2, 2, 0}, {9, 1, 0}};
-    for (const auto& w : windows) EXPECT_EQ(w[2], arrival.GetList(out, w[0], w[1])) << w[0] << "+" << w[1];
+    const unsigned long windows[][3] = {{0, 0, 0}, {0, 3, 1}, {2, 1, 1},
+                                        {3, 1, 0}, {2, 2, 0}, {9, 1, 0}};
+    for (const auto& w : windows)
+        EXPECT_EQ(w[2], arrival.GetList(out, w[0], w[1])) << w[0] << "+" << w[1];
 }
 
 TEST_F(ArrivalTest, GetDataKeepsNamesAndPositionsAndStopsAtFirstMiss) {

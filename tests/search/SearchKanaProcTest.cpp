@@ -23,9 +23,9 @@ using testsupport::Z;
 
 // Readings that share prefixes, with voiced, semi-voiced and prolonged sounds.
 const char* const kReadings[] = {
-    "カ",   "カキ", "かき", "カギ",   "カキクケ",     "カク", "カクテル", "カーテン",
-    "かーど", "キ", "キツネ", "パン", "ハンバーガー", "ハナ", "ヲ",       "アイ",
-    "アイス", "アオ", "アー", "ンー", "カキクケコサ", "タ",   "ダイ",     "ポ",
+    "カ",     "カキ", "かき",   "カギ", "カキクケ",     "カク", "カクテル", "カーテン",
+    "かーど", "キ",   "キツネ", "パン", "ハンバーガー", "ハナ", "ヲ",       "アイ",
+    "アイス", "アオ", "アー",   "ンー", "カキクケコサ", "タ",   "ダイ",     "ポ",
 };
 constexpr size_t kCount = sizeof(kReadings) / sizeof(*kReadings);
 
@@ -113,8 +113,15 @@ TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
         "\xB6-\xC3\xDD",                         // ｶ-ﾃﾝ: the hyphen is the prolonged sound
         "\xB6\xC7\xB7",                          // ｶﾇｷ: ﾇ never follows ｶ and is skipped
         "\xB6\xB7\xB8\xB9\xBA\xBB\xBC\xBD\xBE",  // longer than any reading
-        "\xB1\xB2\xBD\xB6", "\xA6", "\xDD\xB0", "\xC0\xDE\xB2", "\xCE\xDF\xB1",
-        "\xB6\xB3", "\xB6\xC4", "\xB6\xC5", "\xB6\xB1",  // marks after ｳ, ﾄ, ﾅ, ｱ
+        "\xB1\xB2\xBD\xB6",
+        "\xA6",
+        "\xDD\xB0",
+        "\xC0\xDE\xB2",
+        "\xCE\xDF\xB1",
+        "\xB6\xB3",
+        "\xB6\xC4",
+        "\xB6\xC5",
+        "\xB6\xB1",  // marks after ｳ, ﾄ, ﾅ, ｱ
     };
     CSearchKanaProc search;
     for (const std::string full : typed) {
@@ -148,7 +155,8 @@ TEST_F(KanaTest, GenreTotalsAndPagesOfTheRun) {
     unsigned long count = 0;
     ASSERT_EQ(2u, search.SearchProc(&count, Z("\xB6").data()));
     const Model m = Expect("\xB6");
-    const unsigned long filters[][2] = {{kAny, kAny}, {1, kAny}, {2, 1}, {3, 0}, {kAny, 1}, {9, kAny}};
+    const unsigned long filters[][2] = {{kAny, kAny}, {1, kAny}, {2, 1},
+                                        {3, 0},       {kAny, 1}, {9, kAny}};
     for (const auto& f : filters) {
         SCOPED_TRACE(testing::Message() << f[0] << "/" << f[1]);
         std::vector<unsigned long> expected;
@@ -222,7 +230,10 @@ TEST_F(KanaTest, ResultCodesOfHandMadeAndDamagedTrees) {
         {"a long reading over a cycle ends", cycle, std::string(2000, '\xB6'), 3, 3, {5}},
         {"several matching children: the last wins",
          Tree({{0xB6, 1, 2, first, 3}, {0xB7, kLeaf, 0, first, 1}, {0xB7, kLeaf, 0, first + 1, 2}}),
-         "\xB6\xB7", 3, 2, {}},
+         "\xB6\xB7",
+         3,
+         2,
+         {}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);

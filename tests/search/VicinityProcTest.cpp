@@ -117,7 +117,8 @@ TEST(VicinityMesh, ConvertsPositionsAtMeshEdgesAndCorners) {
     };
     CVicinityProc v;
     for (const auto& c : cases) {
-        const unsigned long lat = static_cast<unsigned long>(c[0]), lon = static_cast<unsigned long>(c[1]);
+        const unsigned long lat = static_cast<unsigned long>(c[0]),
+                            lon = static_cast<unsigned long>(c[1]);
         int mesh = -1, y = -1, x = -1;
         v.ConvLatLngtoMeche(&mesh, &y, &x, lat, lon);
         EXPECT_EQ(c[2], mesh * 100000000LL + y * 10000 + x);
@@ -171,7 +172,8 @@ TEST_F(VicinityTest, SearchesEveryMeshTheSquareTouches) {
 }
 
 TEST_F(VicinityTest, StepSearchPlacesTheStartAtOrJustBelowTheTarget) {
-    const int cases[][3] = {  // records (keys 10, 20, ... in row 0), target column, offset
+    const int cases[][3] = {
+        // records (keys 10, 20, ... in row 0), target column, offset
         {8, 25, 16 + 20}, {8, 35, 16 + 20}, {8, 5, 16},       {8, 80, 16 + 60},
         {8, 90, -1},      {5, 60, 16 + 40}, {5, 45, 16 + 40}, {1, 20, 16},
         {4, 41, -1},      {0, 0, -1},       {5, -7, 16},  // a negative column counts as 0
@@ -236,8 +238,8 @@ TEST_F(VicinityTest, WideningStopsAtTwoHundredHits) {
         int within2km, within5km, within20km, far;
         size_t hits;
     } cases[] = {
-        {200, 50, 0, 5, 200},  {199, 1, 30, 5, 200}, {199, 0, 30, 5, 229},
-        {20, 30, 40, 50, 90},  // never 200: stays at 20 km
+        {200, 50, 0, 5, 200}, {199, 1, 30, 5, 200},
+        {199, 0, 30, 5, 229}, {20, 30, 40, 50, 90},  // never 200: stays at 20 km
         {0, 0, 0, 3, 0},
     };
     for (const Case& k : cases) {
@@ -322,7 +324,8 @@ TEST_F(VicinityTest, ListsRecordsWithDistanceAndDirection) {
     ASSERT_EQ(Expected(pois, c, 100, 2), want);
     ASSERT_EQ(6u, want.size());
     ASSERT_EQ(0xB1000000u | 77, want[0].id);
-    const unsigned long cases[][4] = {  // start, count, records filled, records cleared
+    const unsigned long cases[][4] = {
+        // start, count, records filled, records cleared
         {1, 5, 5, 5}, {2, 2, 2, 2}, {4, 9, 2, 2}, {6, 3, 0, 0}, {60, 3, 0, 0}, {0, 3, 0, 3}};
     for (const auto& k : cases) {
         SCOPED_TRACE(std::to_string(k[0]) + "+" + std::to_string(k[1]));
@@ -371,12 +374,14 @@ TEST_F(VicinityTest, GenreCheckMasksInThreeModes) {
            At(9, edge, 20, 5, 5)});
     const unsigned long classes = 1ul << 3 | 1ul << 0 | 1ul << 31 | 1ul << 20;  // 12 too far
     const unsigned long cases[][3] = {
-        {kAny, kAny, classes}, {kAny, 4, classes},  // level 2 plays no part
-        {3, kAny, 1ul << 4 | 1ul << 7},             // 9 lies at 21 km
-        {0, kAny, 0},                               // 40 and 255 do not fit
-        {20, kAny, 0},                              // the centre is too far
-        {3, 7, 1ul << 31},                          // 32 does not fit
-        {3, 4, 1ul << 6},          {5, kAny, 0},    // no such file
+        {kAny, kAny, classes},
+        {kAny, 4, classes},              // level 2 plays no part
+        {3, kAny, 1ul << 4 | 1ul << 7},  // 9 lies at 21 km
+        {0, kAny, 0},                    // 40 and 255 do not fit
+        {20, kAny, 0},                   // the centre is too far
+        {3, 7, 1ul << 31},               // 32 does not fit
+        {3, 4, 1ul << 6},
+        {5, kAny, 0},  // no such file
     };
     for (const auto& k : cases) {
         CVicinityProc v;
@@ -413,7 +418,8 @@ TEST_F(VicinityTest, DamagedFilesAndSwitches) {
     mapdb::Bytes dat = mapdb::ReadFile(dir_ / "VICINITY/VICINITY.DAT");
     dat.resize(dat.size() - 4);  // a packed size that runs past the end of the data file
     mapdb::MakeDirs(cut / "VICINITY");
-    mapdb::WriteFile(cut / "VICINITY/VICINITY.IDX", mapdb::ReadFile(dir_ / "VICINITY/VICINITY.IDX"));
+    mapdb::WriteFile(cut / "VICINITY/VICINITY.IDX",
+                     mapdb::ReadFile(dir_ / "VICINITY/VICINITY.IDX"));
     mapdb::WriteFile(cut / "VICINITY/VICINITY.DAT", dat);
     struct Case {
         const char* name;
@@ -430,7 +436,15 @@ TEST_F(VicinityTest, DamagedFilesAndSwitches) {
         {"short header", {}, -9, "", "", true, false, 1, 0},
         {"unsorted", {here + 30000000, here, here + 1}, 0, "", "", true, false, 1, 0},
         {"negative keys", {-5, -1, here}, 0, "", "", true, false, 1, 1},
-        {"extreme keys", {INT32_MIN, INT32_MIN + 1, here + 5000, here, INT32_MAX}, 0, "", "", true, false, 1, 1},
+        {"extreme keys",
+         {INT32_MIN, INT32_MIN + 1, here + 5000, here, INT32_MAX},
+         0,
+         "",
+         "",
+         true,
+         false,
+         1,
+         1},
         {"data file cut", {}, 0, cut.path(), "", true, false, 1, 0},
         {"database", {}, 0, dir_.path(), "", true, false, 1, 1},
         {"SD copy", {}, 0, empty.path(), dir_.path(), true, true, 1, 1},

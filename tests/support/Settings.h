@@ -13,8 +13,7 @@ namespace testsupport {
 
 class ScopedSettings {
 public:
-    ScopedSettings()
-        : db_(g_blEnableDB), sd_(g_blEnableSD) {
+    ScopedSettings() : db_(g_blEnableDB), sd_(g_blEnableSD) {
         memcpy(path_, g_tcharPath, sizeof(path_));
         memcpy(sdPath_, g_tcharSDPath, sizeof(sdPath_));
     }
