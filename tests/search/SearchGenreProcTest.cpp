@@ -229,70 +229,52 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
     mapdb::ByteWriter ofs, badIds;
     ofs.Zeros(16);
     for (unsigned long id : {id0, id1, id2}) ofs.U32(static_cast<uint32_t>(id));
-    const mapdb::Bytes ofs3 = ofs.Take();
+    const mapdb::Bytes ofs3 = ofs.Take(), none;
     badIds.Zeros(16);
     badIds.U32(0x01000005);  // file number 1: not a base file
     badIds.U32(static_cast<uint32_t>(id0));
     const Key key = {{1, 0, 0, 0, 10}};
     mapdb::Bytes cutEntry = IndexImage({key});
     cutEntry.resize(16 + 11);
+    const mapdb::Bytes run2 = IndexImage({key}, 2), run3 = IndexImage({key}, 3);
+    // Index, offset file, base data reachable; search and list results; GetID of 3 from
+    // position 0 into ids pre-filled with 55.
     struct Case {
         const char* what;
-        std::map<std::string, mapdb::Bytes> files;
+        mapdb::Bytes idx, ofs;
         bool baseData;
         unsigned long search, list;
-        std::vector<unsigned long> ids;  // GetID of 3 from position 0, pre-filled with 55
+        std::vector<unsigned long> ids;
     } cases[] = {
-        {"intact",
-         {{"G001.idx", IndexImage({key}, 3)}, {"G001.ofs", ofs3}},
-         true,
-         1,
-         1,
-         {id0, id1, id2}},
-        {"no base data",
-         {{"G001.idx", IndexImage({key}, 3)}, {"G001.ofs", ofs3}},
-         false,
-         1,
-         0,
-         {id0, id1, id2}},
-        {"index of the header only",
-         {{"G001.idx", mapdb::Bytes(16)}, {"G001.ofs", ofs3}},
-         true,
-         0,
-         0,
-         {}},
-        {"index entry cut short", {{"G001.idx", cutEntry}, {"G001.ofs", ofs3}}, true, 0, 0, {}},
-        {"offset file of 19 bytes",
-         {{"G001.idx", IndexImage({key}, 3)}, {"G001.ofs", mapdb::Bytes(19)}},
-         true,
-         1,
-         0,
-         {55, 55, 55}},
+        {"intact", run3, ofs3, true, 1, 1, {id0, id1, id2}},
+        {"no base data", run3, ofs3, false, 1, 0, {id0, id1, id2}},
+        {"index of the header only", mapdb::Bytes(16), ofs3, true, 0, 0, {}},
+        {"index entry cut short", cutEntry, ofs3, true, 0, 0, {}},
+        {"offset file of 19 bytes", run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
         {"offset file ends inside the second id",
-         {{"G001.idx", IndexImage({key}, 3)}, {"G001.ofs", {ofs3.begin(), ofs3.begin() + 22}}},
+         run3,
+         {ofs3.begin(), ofs3.begin() + 22},
          true,
          1,
          1,
          {id0, 55, 55}},
         {"run longer than the offset file",
-         {{"G001.idx", IndexImage({key}, 1000)}, {"G001.ofs", ofs3}},
+         IndexImage({key}, 1000),
+         ofs3,
          true,
          1,
          1,
          {id0, id1, id2}},
-        {"id outside the base data",
-         {{"G001.idx", IndexImage({key}, 2)}, {"G001.ofs", badIds.Take()}},
-         true,
-         1,
-         0,
-         {0x01000005, id0, kNone}},
-        {"no offset file", {{"G001.idx", IndexImage({key}, 2)}}, true, 1, 0, {55, 55, 55}},
+        {"id outside the base data", run2, badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
+        {"no offset file", run2, none, true, 1, 0, {55, 55, 55}},
     };
     mapdb::TempDir empty;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         mapdb::TempDir dir;
-        WritePack(dir.path(), c.files);
+        std::map<std::string, mapdb::Bytes> files = {{"G001.idx", c.idx}};
+        if (!c.ofs.empty()) files["G001.ofs"] = c.ofs;
+        WritePack(dir.path(), files);
         // The base data stays in the suite's database, reached through the SD fallback.
         settings_.Use(dir.path(), c.baseData ? tmp_->path() : empty.path(), true, true);
         CSearchGenreProc search;
