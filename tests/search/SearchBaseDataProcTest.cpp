@@ -194,8 +194,7 @@ TEST_F(BaseDataTest, FiltersAndPagesForwardAndBackwardLikeOneListing) {
     const unsigned long filters[][4] = {
         {kAny, kAny, kAny, kAny}, {2, kAny, kAny, kAny}, {2, 3, kAny, kAny},
         {2, 3, 5, kAny},          {2, 3, 5, 1},          {kAny, 1, kAny, kAny},
-        {1, 1, kAny, kAny},       {1, kAny, 4, 0},  // a wildcard ends the comparison: levels 3 and
-                                                    // 4 are ignored
+        {1, 1, kAny, kAny},       {1, kAny, 4, 0},  // levels 3 and 4 after a wildcard: ignored
         {3, 4, kAny, 1},          {1, 2, 3, 4},     // nothing matches
     };
     const unsigned long page = 10, first = 5, count = kRecords - first;
@@ -252,6 +251,8 @@ TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {
     mapdb::Bytes badOffset = idx, reversed = cnt;
     badOffset[16 + 5 * 3 + 3] = badOffset[16 + 5 * 3 + 4] = 0xFF;  // record 3 past its container
     for (int k = 0; k < 3; ++k) std::swap(reversed[16 + k], reversed[19 + k]);
+    const mapdb::Bytes oneStart(cnt.begin(), cnt.begin() + 19),
+        cutIdx(idx.begin(), idx.begin() + 23);
     struct Case {
         const char* what;
         mapdb::Bytes parts[3];
@@ -264,20 +265,8 @@ TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {
         {"no data file", {idx, cnt, {}}, false, false, 5, false, {}},
         {"no index", {{}, cnt, dat}, false, false, 0, false, {}},
         {"no container table", {idx, {}, dat}, false, false, 5, false, {}},
-        {"container table of one start",
-         {idx, {cnt.begin(), cnt.begin() + 19}, dat},
-         false,
-         false,
-         5,
-         false,
-         {}},
-        {"index cut inside entry 1",
-         {{idx.begin(), idx.begin() + 23}, cnt, dat},
-         true,
-         false,
-         0,
-         false,
-         {}},
+        {"one container start", {idx, oneStart, dat}, false, false, 5, false, {}},
+        {"index cut inside entry 1", {cutIdx, cnt, dat}, true, false, 0, false, {}},
         {"entry past its container", {badOffset, cnt, dat}, true, true, 5, false, {0, 1, 2}},
         {"containers out of order", {idx, reversed, dat}, false, false, 5, false, {}},
         {"data file cut", {idx, cnt, {dat.begin(), dat.begin() + 100}}, false, false, 5, false, {}},
