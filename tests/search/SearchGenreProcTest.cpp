@@ -237,6 +237,7 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
     mapdb::Bytes cutEntry = IndexImage({key});
     cutEntry.resize(16 + 11);
     const mapdb::Bytes run2 = IndexImage({key}, 2), run3 = IndexImage({key}, 3);
+    const mapdb::Bytes run1000 = IndexImage({key}, 1000), cutOfs(ofs3.begin(), ofs3.begin() + 22);
     // Index, offset file, base data reachable; search and list results; GetID of 3 from
     // position 0 into ids pre-filled with 55.
     struct Case {
@@ -251,20 +252,8 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
         {"index of the header only", mapdb::Bytes(16), ofs3, true, 0, 0, {}},
         {"index entry cut short", cutEntry, ofs3, true, 0, 0, {}},
         {"offset file of 19 bytes", run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
-        {"offset file ends inside the second id",
-         run3,
-         {ofs3.begin(), ofs3.begin() + 22},
-         true,
-         1,
-         1,
-         {id0, 55, 55}},
-        {"run longer than the offset file",
-         IndexImage({key}, 1000),
-         ofs3,
-         true,
-         1,
-         1,
-         {id0, id1, id2}},
+        {"offset file ends in the second id", run3, cutOfs, true, 1, 1, {id0, 55, 55}},
+        {"run longer than the offset file", run1000, ofs3, true, 1, 1, {id0, id1, id2}},
         {"id outside the base data", run2, badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
         {"no offset file", run2, none, true, 1, 0, {55, 55, 55}},
     };

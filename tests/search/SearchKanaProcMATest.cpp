@@ -17,6 +17,7 @@
 
 namespace {
 
+using mapdb::Bytes;
 using testsupport::kAny;
 using testsupport::Listed;
 constexpr unsigned long kPois = 90;
@@ -296,10 +297,7 @@ TEST_F(KanaMATest, MissingAndCutOffsetFiles) {
         unsigned long total, sortTotal;
     } cases[] = {
         {"no offset files", {}, 0, 0},
-        {"one entry less a byte",
-         {{"K177.ofs", mapdb::Bytes(23)}, {"K2177.ofs", mapdb::Bytes(28)}},
-         0,
-         0},
+        {"one entry less a byte", {{"K177.ofs", Bytes(23)}, {"K2177.ofs", Bytes(28)}}, 0, 0},
         {"run past the files", {{"K177.ofs", three.bytes()}, {"K2177.ofs", three2.bytes()}}, 3, 3},
         {"last entry cut", {{"K177.ofs", shortOfs}, {"K2177.ofs", three2.bytes()}}, 2, 3},
     };

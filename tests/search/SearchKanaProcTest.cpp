@@ -190,6 +190,8 @@ TEST_F(KanaTest, ResultCodesOfHandMadeAndDamagedTrees) {
     cutChild.resize(16 + 12 * 2 + 1);  // node 2 keeps only its character byte
     cutNode.resize(16 + 12 * 3 + 5);   // node 3 is cut short
     const mapdb::Bytes cycle = Tree({{0xB6, 0, 1, first, 3}});
+    const mapdb::Bytes twins =
+        Tree({{0xB6, 1, 2, first, 3}, {0xB7, kLeaf, 0, first, 1}, {0xB7, kLeaf, 0, first + 1, 2}});
     struct Case {
         const char* what;
         mapdb::Bytes tree;
@@ -206,12 +208,7 @@ TEST_F(KanaTest, ResultCodesOfHandMadeAndDamagedTrees) {
         {"matched child cut short: no keys", cutNode, "\xB6\xB7\xB9", 2, 5, {}},
         {"cycle back to the root", cycle, std::string(8, '\xB6'), 3, 3, {5}},
         {"a long reading over a cycle ends", cycle, std::string(2000, '\xB6'), 3, 3, {5}},
-        {"several matching children: the last wins",
-         Tree({{0xB6, 1, 2, first, 3}, {0xB7, kLeaf, 0, first, 1}, {0xB7, kLeaf, 0, first + 1, 2}}),
-         "\xB6\xB7",
-         3,
-         2,
-         {}},
+        {"several matching children: the last wins", twins, "\xB6\xB7", 3, 2, {}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
