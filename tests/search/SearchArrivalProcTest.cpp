@@ -55,7 +55,7 @@ TEST_F(ArrivalTest, CollectsPointsInNumberOrderAndFindsEveryIndexPosition) {
         EXPECT_EQ(out[i].lArrLon, out[i].lLon) << "a fresh record takes the point as its own";
         EXPECT_EQ(i + 1, out[i].dwArrAttr);
     }
-    // Every position of a 43-entry index, the gaps between and the ends.
+    // Every position of a 45-entry index, the gaps between and the ends.
     struct Case {
         unsigned long id, count;
     };
