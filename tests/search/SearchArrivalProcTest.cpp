@@ -1,13 +1,12 @@
-// Arrival points: numbering, name and coordinate rules, list windows, damaged files, fallback.
+// Arrival points: numbering up to the first gap, name and coordinate rules, every probe
+// position of the index, list windows, damaged and missing files, the SD fallback.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "BaseWriter.h"
 #include "ByteWriter.h"
-#include "SearchProc.h"
 #include "TempDir.h"
 #include "TextTools.h"
 #include "support/Poi.h"
@@ -19,12 +18,7 @@ using testsupport::kTokyoLat;
 using testsupport::kTokyoLon;
 
 mapdb::ArrivalPoint Point(const std::string& name, uint32_t dLon, uint8_t attr) {
-    mapdb::ArrivalPoint p;
-    p.name = name;
-    p.lonMs = kTokyoLon + dLon;
-    p.latMs = kTokyoLat;
-    p.attr = attr;
-    return p;
+    return {name, kTokyoLon + dLon, kTokyoLat, attr};
 }
 
 class ArrivalTest : public ::testing::Test {
@@ -41,85 +35,70 @@ protected:
         mapdb::WriteArrival(tmp_.path(), sources);
         settings_.Use(tmp_.path());
     }
-
     mapdb::TempDir tmp_;
     testsupport::ScopedSettings settings_;
 };
 
-TEST_F(ArrivalTest, CollectsPointsInNumberOrder) {
+TEST_F(ArrivalTest, CollectsPointsInNumberOrderAndFindsEveryIndexPosition) {
     CSearchArrivalProc arrival;
     unsigned long count = 99;
     ASSERT_EQ(1u, arrival.SearchProc(&count, 0xB1000002));
     ASSERT_EQ(3u, count);
-    CLocationData out[4];
+    CLocationData out[3];
     ASSERT_EQ(1u, arrival.GetList(out, 0, 3));
-    EXPECT_EQ(mapdb::Utf8ToSjis("正面入口"), std::string(out[0].szName));
-    EXPECT_EQ("", std::string(out[1].szName)) << "an empty name stays empty";
-    EXPECT_EQ(mapdb::Utf8ToSjis("駐車場"), std::string(out[2].szName));
-    for (int i = 0; i < 3; ++i) {
+    const std::string names[] = {mapdb::Utf8ToSjis("正面入口"), "", mapdb::Utf8ToSjis("駐車場")};
+    for (uint32_t i = 0; i < 3; ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(kTokyoLon + 10u * (i + 1), out[i].lArrLon);
+        EXPECT_EQ(names[i], testsupport::NameOf(out[i]));
+        EXPECT_EQ(kTokyoLon + 10 * (i + 1), out[i].lArrLon);
         EXPECT_EQ(kTokyoLat, out[i].lArrLat);
         EXPECT_EQ(out[i].lArrLon, out[i].lLon) << "a fresh record takes the point as its own";
-        EXPECT_EQ(static_cast<uint32_t>(i + 1), out[i].dwArrAttr);
+        EXPECT_EQ(i + 1, out[i].dwArrAttr);
     }
-    // Every probe position of a 46-entry index.
-    for (uint32_t i = 0; i < 40; ++i) {
-        SCOPED_TRACE(i);
-        ASSERT_EQ(1u, arrival.SearchProc(&count, 0xC0000000 + i * 3));
-        EXPECT_EQ(1u, count);
-        ASSERT_EQ(1u, arrival.SearchProc(&count, 0xC0000000 + i * 3 + 1));
-        EXPECT_EQ(0u, count) << "no arrival point: success with count 0";
-    }
-    ASSERT_EQ(1u, arrival.SearchProc(&count, 0xDD000000));
-    EXPECT_EQ(1u, count);
-    ASSERT_EQ(1u, arrival.SearchProc(&count, 0xFFFFFFFF));
-    EXPECT_EQ(0u, count);
-    ASSERT_EQ(1u, arrival.SearchProc(&count, 0));
-    EXPECT_EQ(0u, count);
-}
-
-TEST_F(ArrivalTest, ListWindows) {
-    CSearchArrivalProc arrival;
-    unsigned long count = 0;
-    ASSERT_EQ(1u, arrival.SearchProc(&count, 0xB1000002));
+    // Every position of a 45-entry index, the gaps between and the ends.
     struct Case {
-        unsigned long start, count, result;
+        unsigned long id, count;
     };
-    const Case cases[] = {{0, 0, 0}, {0, 3, 1}, {2, 1, 1}, {3, 1, 0}, {2, 2, 0}, {9, 1, 0}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.start) + "+" + std::to_string(c.count));
-        CLocationData out[4];
-        EXPECT_EQ(c.result, arrival.GetList(out, c.start, c.count));
+    std::vector<Case> cases = {{0xDD000000, 1}, {0xFFFFFFFF, 0}, {0, 0}, {0xB1000001, 1}};
+    for (uint32_t i = 0; i < 40; ++i) {
+        cases.push_back({0xC0000000 + i * 3, 1});
+        cases.push_back({0xC0000000 + i * 3 + 1, 0});
     }
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.id);
+        ASSERT_EQ(1u, arrival.SearchProc(&count, c.id)) << "no point is still a success";
+        EXPECT_EQ(c.count, count);
+    }
+    // Windows of the list of three.
+    ASSERT_EQ(1u, arrival.SearchProc(&count, 0xB1000002));
+    const unsigned long windows[][3] = {{0, 0, 0}, {0, 3, 1}, {2, 1, 1},
+                                        {3, 1, 0}, {2, 2, 0}, {9, 1, 0}};
+    for (const auto& w : windows)
+        EXPECT_EQ(w[2], arrival.GetList(out, w[0], w[1])) << w[0] << "+" << w[1];
 }
 
 TEST_F(ArrivalTest, GetDataKeepsNamesAndPositionsAndStopsAtFirstMiss) {
     CSearchArrivalProc arrival;
     CLocationData records[4];
-    records[0].dwID = 0xB1000002;
+    const uint32_t ids[] = {0xB1000002, 0xB1000001, 0xB1000003, 0xB1000001};  // third: none
+    for (int i = 0; i < 4; ++i) records[i].dwID = ids[i];
     strcpy(records[0].szName, "own name");
     records[0].lLon = 1;
     records[0].lLat = 2;
-    records[1].dwID = 0xB1000001;
-    records[2].dwID = 0xB1000003;  // no arrival point
-    records[3].dwID = 0xB1000001;
     EXPECT_EQ(1u, arrival.GetData(records, 4));
-    EXPECT_EQ("own name", std::string(records[0].szName));
+    EXPECT_EQ("own name", testsupport::NameOf(records[0]));
     EXPECT_EQ(1u, records[0].lLon) << "a positioned record keeps its position";
-    EXPECT_EQ(kTokyoLon + 10, records[0].lArrLon);
     EXPECT_EQ(1u, records[0].dwArrAttr);
-    EXPECT_EQ(mapdb::Utf8ToSjis("北口"), std::string(records[1].szName));
+    EXPECT_EQ(mapdb::Utf8ToSjis("北口"), testsupport::NameOf(records[1]));
     EXPECT_EQ(kTokyoLon + 40, records[1].lLon);
-    EXPECT_EQ(0u, records[2].lArrLon);
-    EXPECT_EQ(0u, records[3].lArrLon) << "stopped at the first POI without a point";
+    const uint32_t arrLon[] = {kTokyoLon + 10, kTokyoLon + 40, 0, 0};
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(arrLon[i], records[i].lArrLon) << i;
 }
 
 TEST_F(ArrivalTest, NumberingGapEndsTheList) {
     // Points 1, 2 and 4 of one POI: the search stops at the gap.
-    mapdb::ByteWriter dat;
+    mapdb::ByteWriter dat, idx;
     dat.Raw(mapdb::VersionHeader());
-    mapdb::ByteWriter idx;
     idx.Raw(mapdb::VersionHeader());
     for (uint32_t number : {1u, 2u, 4u}) {
         idx.U32(0xB2000000);
@@ -144,65 +123,41 @@ TEST_F(ArrivalTest, NumberingGapEndsTheList) {
     EXPECT_EQ(-1, offset);
 }
 
-TEST_F(ArrivalTest, DamagedAndMissingFiles) {
-    CSearchArrivalProc arrival;
-    unsigned long count = 99;
-    int offset = 0;
-
-    // A record cut short leaves the record untouched but still counts.
-    mapdb::Bytes dat = mapdb::ReadFile(tmp_ / "ARRIVAL/ARV.DAT");
-    mapdb::WriteFile(tmp_ / "ARRIVAL/ARV.DAT", mapdb::Bytes(dat.begin(), dat.begin() + 20));
-    ASSERT_EQ(1u, arrival.SearchProc(&count, 0xB1000002));
-    EXPECT_EQ(3u, count);
-    CLocationData out;
-    ASSERT_EQ(1u, arrival.GetList(&out, 0, 1));
-    EXPECT_EQ(0u, out.lArrLon);
-
-    // An index shorter than one entry, or none at all: failure.
-    mapdb::WriteFile(tmp_ / "ARRIVAL/ARV.IDX", mapdb::Bytes(23, 0));
-    count = 99;
-    EXPECT_EQ(0u, arrival.SearchProc(&count, 0xB1000002));
-    EXPECT_EQ(0u, count);
-    EXPECT_EQ(0u, arrival.LoadIndex(&offset, 0xB1000002, 1));
-    remove((tmp_ / "ARRIVAL/ARV.IDX").c_str());
-    EXPECT_EQ(0u, arrival.LoadIndex(&offset, 0xB1000002, 1));
-    remove((tmp_ / "ARRIVAL/ARV.DAT").c_str());
-    EXPECT_EQ(0u, arrival.LoadData(&out, 16));
-}
-
-TEST_F(ArrivalTest, OpensUnderTheSdPathWhenTheDatabaseFails) {
-    mapdb::TempDir empty;
-    CSearchArrivalProc arrival;
-    unsigned long count = 0;
+TEST_F(ArrivalTest, DamagedMissingAndFallback) {
+    mapdb::TempDir empty, cutDat, cutIdx;
+    for (const mapdb::TempDir* d : {&cutDat, &cutIdx}) mapdb::MakeDirs(*d / "ARRIVAL");
+    const mapdb::Bytes idx = mapdb::ReadFile(tmp_ / "ARRIVAL/ARV.IDX");
+    const mapdb::Bytes dat = mapdb::ReadFile(tmp_ / "ARRIVAL/ARV.DAT");
+    mapdb::WriteFile(cutDat / "ARRIVAL/ARV.IDX", idx);
+    mapdb::WriteFile(cutDat / "ARRIVAL/ARV.DAT", mapdb::Bytes(dat.begin(), dat.begin() + 20));
+    mapdb::WriteFile(cutIdx / "ARRIVAL/ARV.IDX", mapdb::Bytes(23, 0));
+    mapdb::WriteFile(cutIdx / "ARRIVAL/ARV.DAT", dat);
     struct Case {
+        const char* what;
         std::string db;
         bool enableDB, enableSD;
-        unsigned long result;
-    };
-    const Case cases[] = {
-        {empty.path(), true, false, 0},
-        {empty.path(), true, true, 1},
-        {tmp_.path(), false, false, 0},
-        {tmp_.path(), false, true, 1},  // database switched off: the SD copy is used
+        unsigned long result, count, arrLon;  // of the first point
+    } cases[] = {
+        {"data cut: the point counts but fills nothing", cutDat.path(), true, false, 1, 3, 0},
+        {"index shorter than one entry", cutIdx.path(), true, false, 0, 0, 0},
+        {"no files", empty.path(), true, false, 0, 0, 0},
+        {"SD copy", empty.path(), true, true, 1, 3, kTokyoLon + 10},
+        {"database off", tmp_.path(), false, false, 0, 0, 0},
+        {"database off: the SD copy is used", tmp_.path(), false, true, 1, 3, kTokyoLon + 10},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.db + (c.enableDB ? " db" : "") + (c.enableSD ? " sd" : ""));
+        SCOPED_TRACE(c.what);
         settings_.Use(c.db, tmp_.path(), c.enableDB, c.enableSD);
-        count = 0;
+        CSearchArrivalProc arrival;
+        unsigned long count = 99;
         EXPECT_EQ(c.result, arrival.SearchProc(&count, 0xB1000002));
-        EXPECT_EQ(c.result ? 3u : 0u, count);
+        EXPECT_EQ(c.count, count);
+        CLocationData out;
+        EXPECT_EQ(c.result, arrival.GetList(&out, 0, 1));
+        EXPECT_EQ(c.arrLon, out.lArrLon);
+        int offset = 0;
+        EXPECT_EQ(c.result, arrival.LoadIndex(&offset, 0xB1000002, 1));
     }
-}
-
-TEST(ArrivalWriter, RefusesWhatCannotBeStored) {
-    mapdb::TempDir tmp;
-    EXPECT_THROW(mapdb::WriteArrival(tmp.path(), {{1, {Point(std::string(80, 'n'), 0, 0)}}}),
-                 mapdb::Error);
-    mapdb::ArrivalPoint west = Point("w", 0, 0);
-    west.lonMs = 431999990;  // just west of 120 degrees east
-    EXPECT_THROW(mapdb::WriteArrival(tmp.path(), {{1, {west}}}), mapdb::Error);
-    EXPECT_THROW(mapdb::WriteArrival(tmp.path(), {{1, {Point("a", 0, 0)}}, {1, {Point("b", 0, 0)}}}),
-                 mapdb::Error);
 }
 
 }  // namespace

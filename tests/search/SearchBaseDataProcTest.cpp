@@ -10,6 +10,7 @@
 
 #include "ByteWriter.h"
 #include "GenreWriter.h"
+#include "KanaWriter.h"
 #include "TempDir.h"
 #include "support/Poi.h"
 #include "support/Settings.h"
@@ -22,7 +23,9 @@ using testsupport::kTokyoLon;
 constexpr unsigned long kFile = 177;
 constexpr unsigned long kRecords = 1203;  // three containers, the last one short
 
-unsigned long Id(unsigned long f, unsigned long r) { return f << 24 | r; }
+unsigned long Id(unsigned long f, unsigned long r) {
+    return f << 24 | r;
+}
 
 std::array<uint32_t, 4> GenresOf(unsigned long i) {
     return {{static_cast<uint32_t>(i % 3 + 1), static_cast<uint32_t>(i % 5),
@@ -47,8 +50,8 @@ protected:
             const auto g = GenresOf(i);
             mapdb::PoiSource p = testsupport::MakePoi(
                 "POI" + std::to_string(i),
-                std::string("ア") + digits[i / 100] + digits[i / 10 % 10] + digits[i % 10],
-                g[0], g[1], g[2], g[3]);
+                std::string("ア") + digits[i / 100] + digits[i / 10 % 10] + digits[i % 10], g[0],
+                g[1], g[2], g[3]);
             p.texts.push_back("ﾎﾟｲ");
             p.tel = 300000000 + static_cast<uint32_t>(i);
             p.lonMs = kTokyoLon + static_cast<uint32_t>(i) * 10;
@@ -79,7 +82,8 @@ protected:
             const auto c = GenresOf(r);
             if ((g[0] == kAny || c[0] == g[0]) &&
                 (g[1] == kAny ||
-                 (c[1] == g[1] && (g[2] == kAny || (c[2] == g[2] && (g[3] == kAny || c[3] == g[3]))))))
+                 (c[1] == g[1] &&
+                  (g[2] == kAny || (c[2] == g[2] && (g[3] == kAny || c[3] == g[3]))))))
                 out.push_back(Id(kFile, r));
         }
         return out;
@@ -89,7 +93,8 @@ protected:
         mapdb::MakeDirs(dir / "BASE");
         const char* ext[] = {"IDX", "CNT", "DAT"};
         for (int k = 0; k < 3; ++k) {
-            if (!parts[k].empty()) mapdb::WriteFile(dir / ("BASE/B177." + std::string(ext[k])), parts[k]);
+            if (!parts[k].empty())
+                mapdb::WriteFile(dir / ("BASE/B177." + std::string(ext[k])), parts[k]);
         }
     }
 
@@ -113,7 +118,8 @@ TEST_F(BaseDataTest, LooksUpRecordsAcrossContainersAndFiles) {
         EXPECT_EQ("POI" + std::to_string(r), testsupport::NameOf(out));
         EXPECT_EQ(std::string("\xCE\xDF\xB2"), std::string(out.szName + strlen(out.szName) + 1));
         const auto g = GenresOf(r);
-        EXPECT_EQ(g, (std::array<uint32_t, 4>{{out.dwGenre1, out.dwGenre2, out.dwGenre3, out.dwGenre4}}));
+        EXPECT_EQ(
+            g, (std::array<uint32_t, 4>{{out.dwGenre1, out.dwGenre2, out.dwGenre3, out.dwGenre4}}));
         EXPECT_EQ(300000000u + r, out.dwTelNo);
         EXPECT_EQ(kTokyoLon + r * 10, out.lLon);
         EXPECT_EQ(kTokyoLat + r * 20, out.lLat);
@@ -170,12 +176,14 @@ TEST_F(BaseDataTest, RangeEndsAndTheKanaFlag) {
     struct Case {
         unsigned long count, total;
         bool listed;
-    } cases[] = {{203, all.size(), true}, {204, 0, false}, {0x8000 | 203, all.size(), true}, {0, 0, true}};
+    } cases[] = {
+        {203, all.size(), true}, {204, 0, false}, {0x8000 | 203, all.size(), true}, {0, 0, true}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.count);
         EXPECT_EQ(c.total, base.GetRefinedTotal(first, c.count, kAny, kAny, kAny, kAny));
         std::vector<CLocationData> out(203);
-        EXPECT_EQ(c.listed, base.GetList(out.data(), first, c.count, 0, 203, kAny, kAny, kAny, kAny));
+        EXPECT_EQ(c.listed,
+                  base.GetList(out.data(), first, c.count, 0, 203, kAny, kAny, kAny, kAny));
         EXPECT_EQ(c.total ? all : std::vector<unsigned long>(), testsupport::Listed(out));
     }
     CLocationData out;
@@ -184,19 +192,21 @@ TEST_F(BaseDataTest, RangeEndsAndTheKanaFlag) {
 
 TEST_F(BaseDataTest, FiltersAndPagesForwardAndBackwardLikeOneListing) {
     const unsigned long filters[][4] = {
-        {kAny, kAny, kAny, kAny}, {2, kAny, kAny, kAny}, {2, 3, kAny, kAny}, {2, 3, 5, kAny},
-        {2, 3, 5, 1},             {kAny, 1, kAny, kAny}, {1, 1, kAny, kAny},
-        {1, kAny, 4, 0},  // a wildcard ends the comparison: levels 3 and 4 are ignored
-        {3, 4, kAny, 1},  {1, 2, 3, 4},  // nothing matches
+        {kAny, kAny, kAny, kAny}, {2, kAny, kAny, kAny}, {2, 3, kAny, kAny},
+        {2, 3, 5, kAny},          {2, 3, 5, 1},          {kAny, 1, kAny, kAny},
+        {1, 1, kAny, kAny},       {1, kAny, 4, 0},  // levels 3 and 4 after a wildcard: ignored
+        {3, 4, kAny, 1},          {1, 2, 3, 4},     // nothing matches
     };
     const unsigned long page = 10, first = 5, count = kRecords - first;
     for (const auto& g : filters) {
         SCOPED_TRACE(testing::Message() << g[0] << "," << g[1] << "," << g[2] << "," << g[3]);
         const std::vector<unsigned long> all = Expected(first, count, g);
         Probe base;
-        ASSERT_EQ(all.size(), base.GetRefinedTotal(Id(kFile, first), count, g[0], g[1], g[2], g[3]));
+        ASSERT_EQ(all.size(),
+                  base.GetRefinedTotal(Id(kFile, first), count, g[0], g[1], g[2], g[3]));
         std::vector<CLocationData> whole(count);
-        ASSERT_TRUE(base.GetList(whole.data(), Id(kFile, first), count, 0, count, g[0], g[1], g[2], g[3]));
+        ASSERT_TRUE(
+            base.GetList(whole.data(), Id(kFile, first), count, 0, count, g[0], g[1], g[2], g[3]));
         EXPECT_EQ(all, testsupport::Listed(whole));
         const unsigned long pages = (all.size() + page - 1) / page;
         std::vector<unsigned long> order;
@@ -206,11 +216,12 @@ TEST_F(BaseDataTest, FiltersAndPagesForwardAndBackwardLikeOneListing) {
         for (unsigned long p : order) {
             SCOPED_TRACE(p);
             std::vector<CLocationData> out(page);
-            ASSERT_TRUE(base.GetList(out.data(), Id(kFile, first), count, p * page, page, g[0], g[1],
-                                     g[2], g[3]));
-            EXPECT_EQ(std::vector<unsigned long>(all.begin() + p * page,
-                                                 all.begin() + std::min(all.size(), (p + 1) * page)),
-                      testsupport::Listed(out));
+            ASSERT_TRUE(base.GetList(out.data(), Id(kFile, first), count, p * page, page, g[0],
+                                     g[1], g[2], g[3]));
+            EXPECT_EQ(
+                std::vector<unsigned long>(all.begin() + p * page,
+                                           all.begin() + std::min(all.size(), (p + 1) * page)),
+                testsupport::Listed(out));
             // The bookmark sits at the page's first match: the next page starts there.
             EXPECT_EQ(p * page, base.MarkMatch());
             EXPECT_EQ(all[p * page], Id(kFile, base.MarkRecord()));
@@ -233,29 +244,15 @@ TEST_F(BaseDataTest, ListsFewerMatchesThanAskedAndAddsArrivalPoints) {
     EXPECT_EQ("POI1", testsupport::NameOf(out[1])) << "the POI's own name is kept";
 }
 
-TEST_F(BaseDataTest, FallsBackToTheSdCopyOnlyWithTheDatabaseEnabled) {
-    mapdb::TempDir empty;
-    struct Case {
-        bool enableDB, enableSD, ok;
-    } cases[] = {{true, false, false}, {true, true, true}, {false, true, false}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.enableDB << c.enableSD);
-        settings_.Use(empty.path(), tmp_->path(), c.enableDB, c.enableSD);
-        CSearchBaseDataProc base;
-        CLocationData out;
-        EXPECT_EQ(c.ok, base.SearchProc(&out, Id(kFile, 42)));
-        EXPECT_EQ(c.ok ? 1u : 0u, base.GetRefinedTotal(Id(kFile, 42), 1, kAny, kAny, kAny, kAny));
-        EXPECT_EQ(c.ok, base.GetList(&out, Id(kFile, 42), 1, 0, 1, kAny, kAny, kAny, kAny));
-    }
-}
-
-TEST_F(BaseDataTest, DamagedAndMissingFilesFail) {
+TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {
     const mapdb::Bytes idx = mapdb::ReadFile(*tmp_ / "BASE/B177.IDX");
     const mapdb::Bytes cnt = mapdb::ReadFile(*tmp_ / "BASE/B177.CNT");
     const mapdb::Bytes dat = mapdb::ReadFile(*tmp_ / "BASE/B177.DAT");
     mapdb::Bytes badOffset = idx, reversed = cnt;
     badOffset[16 + 5 * 3 + 3] = badOffset[16 + 5 * 3 + 4] = 0xFF;  // record 3 past its container
     for (int k = 0; k < 3; ++k) std::swap(reversed[16 + k], reversed[19 + k]);
+    const mapdb::Bytes oneStart(cnt.begin(), cnt.begin() + 19),
+        cutIdx(idx.begin(), idx.begin() + 23);
     struct Case {
         const char* what;
         mapdb::Bytes parts[3];
@@ -264,15 +261,27 @@ TEST_F(BaseDataTest, DamagedAndMissingFilesFail) {
         bool listed;                        // records 0-4 listed
         std::vector<unsigned long> filled;  // before the failure
     } cases[] = {
+        {"intact", {idx, cnt, dat}, true, true, 5, true, {0, 1, 2, 3, 4}},
         {"no data file", {idx, cnt, {}}, false, false, 5, false, {}},
         {"no index", {{}, cnt, dat}, false, false, 0, false, {}},
         {"no container table", {idx, {}, dat}, false, false, 5, false, {}},
-        {"container table of one start", {idx, {cnt.begin(), cnt.begin() + 19}, dat}, false, false, 5, false, {}},
-        {"index cut inside entry 1", {{idx.begin(), idx.begin() + 23}, cnt, dat}, true, false, 0, false, {}},
+        {"one container start", {idx, oneStart, dat}, false, false, 5, false, {}},
+        {"index cut inside entry 1", {cutIdx, cnt, dat}, true, false, 0, false, {}},
         {"entry past its container", {badOffset, cnt, dat}, true, true, 5, false, {0, 1, 2}},
         {"containers out of order", {idx, reversed, dat}, false, false, 5, false, {}},
         {"data file cut", {idx, cnt, {dat.begin(), dat.begin() + 100}}, false, false, 5, false, {}},
     };
+    mapdb::TempDir empty;
+    for (int sw = 0; sw < 4; ++sw) {  // the database, then the SD copy; off and disabled
+        SCOPED_TRACE(sw);
+        settings_.Use(sw ? empty.path() : tmp_->path(), tmp_->path(), sw != 3, sw != 2);
+        CLocationData out;
+        EXPECT_EQ(sw < 2, CSearchBaseDataProc().SearchProc(&out, Id(kFile, 42)));
+        EXPECT_EQ(sw < 2 ? 1u : 0u,
+                  CSearchBaseDataProc().GetRefinedTotal(Id(kFile, 42), 1, kAny, kAny, kAny, kAny));
+        EXPECT_EQ(sw < 2, CSearchBaseDataProc().GetList(&out, Id(kFile, 42), 1, 0, 1, kAny, kAny,
+                                                        kAny, kAny));
+    }
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         mapdb::TempDir copy;
@@ -281,7 +290,8 @@ TEST_F(BaseDataTest, DamagedAndMissingFilesFail) {
         CLocationData out;
         EXPECT_EQ(c.rec0, CSearchBaseDataProc().SearchProc(&out, Id(kFile, 0)));
         EXPECT_EQ(c.rec1, CSearchBaseDataProc().SearchProc(&out, Id(kFile, 1)));
-        EXPECT_EQ(c.total, CSearchBaseDataProc().GetRefinedTotal(Id(kFile, 0), 5, kAny, kAny, kAny, kAny));
+        EXPECT_EQ(c.total,
+                  CSearchBaseDataProc().GetRefinedTotal(Id(kFile, 0), 5, kAny, kAny, kAny, kAny));
         std::vector<CLocationData> list(5);
         EXPECT_EQ(c.listed, CSearchBaseDataProc().GetList(list.data(), Id(kFile, 0), 5, 0, 5, kAny,
                                                           kAny, kAny, kAny));
@@ -293,33 +303,44 @@ TEST_F(BaseDataTest, DamagedAndMissingFilesFail) {
 
 TEST(Writers, RefuseWhatCannotBeStored) {
     mapdb::TempDir tmp;
-    auto poi = [](const std::string& name, const char* reading, uint32_t g1, uint32_t lon, uint32_t lat) {
+    auto poi = [](const std::string& name, const char* reading, uint32_t g1, uint32_t lon,
+                  uint32_t lat) {
         mapdb::PoiSource p = testsupport::MakePoi(name, reading, g1);
         p.lonMs = lon;
         p.latMs = lat;
         return p;
     };
     const mapdb::PoiSource bad[] = {
-        poi("x", "abc", 1, kTokyoLon, kTokyoLat),  // not kana
+        poi("x", "abc", 1, kTokyoLon, kTokyoLat),   // not kana
         poi("x", "ーア", 1, kTokyoLon, kTokyoLat),  // prolonged sound mark first
         poi("x", "ア", 64, kTokyoLon, kTokyoLat),
         poi(std::string(400, 'x'), "ア", 1, kTokyoLon, kTokyoLat),
         poi("x", "ア", 1, 431999999, kTokyoLat),
         poi("x", "ア", 1, kTokyoLon, (0x1000000u + 7200000u) * 10),
     };
-    for (const mapdb::PoiSource& p : bad) EXPECT_THROW(mapdb::WriteBase(tmp.path(), {p}), mapdb::Error);
+    for (const mapdb::PoiSource& p : bad)
+        EXPECT_THROW(mapdb::WriteBase(tmp.path(), {p}), mapdb::Error);
     // Voiced readings file under their plain kana.
     const mapdb::BaseResult r = mapdb::WriteBase(
         tmp.path(), {testsupport::MakePoi("x", "ガス"), testsupport::MakePoi("y", "ヴ")});
     EXPECT_EQ((std::vector<uint32_t>{0xB6000000, 0xB3000000}), r.ids);
     EXPECT_EQ(std::string("\xB6\xBD"), r.readings[0]);
-    const mapdb::ArrivalPoint west{"w", 431999990, kTokyoLat, 0}, named{std::string(80, 'n'), kTokyoLon, kTokyoLat, 0};
+    std::vector<mapdb::PoiSource> kana = {testsupport::MakePoi("x", "漢字"),
+                                          testsupport::MakePoi("y", "ヴ")};
+    EXPECT_THROW(mapdb::WriteKana(tmp.path(), kana, r), mapdb::Error) << "not kana";
+    kana[0].reading = "キ";
+    EXPECT_THROW(mapdb::WriteKana(tmp.path(), kana, r), mapdb::Error) << "not the base data";
+    const mapdb::ArrivalPoint west{"w", 431999990, kTokyoLat, 0},
+        named{std::string(80, 'n'), kTokyoLon, kTokyoLat, 0};
     EXPECT_THROW(mapdb::WriteArrival(tmp.path(), {{1, {named}}}), mapdb::Error);
     EXPECT_THROW(mapdb::WriteArrival(tmp.path(), {{1, {west}}}), mapdb::Error);
     const mapdb::ArrivalPoint ok{"a", kTokyoLon, kTokyoLat, 0};
     EXPECT_THROW(mapdb::WriteArrival(tmp.path(), {{1, {ok}}, {1, {ok}}}), mapdb::Error);
-    for (const auto& k : {std::array<uint32_t, 5>{{63, 0, 0, 0, 0}}, {{1, 70, 0, 0, 0}},
-                          {{1, 0, 0, 255, 0}}, {{1, 0, 0, 64, 0}}, {{1, 0, 0, 0, 256}}}) {
+    for (const auto& k : {std::array<uint32_t, 5>{{63, 0, 0, 0, 0}},
+                          {{1, 70, 0, 0, 0}},
+                          {{1, 0, 0, 255, 0}},
+                          {{1, 0, 0, 64, 0}},
+                          {{1, 0, 0, 0, 256}}}) {
         EXPECT_THROW(mapdb::WriteGenre(tmp.path(), {{0xB1000000, k}}), mapdb::Error);
     }
 }

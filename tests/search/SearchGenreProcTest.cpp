@@ -120,8 +120,8 @@ TEST_F(GenreTest, FindsEveryRunWithItsCountAndRecords) {
     }
     CSearchGenreProc search;
     for (const Key& key : keys) {
-        SCOPED_TRACE(testing::Message() << key[0] << "," << key[1] << "," << key[2] << ","
-                                        << key[3] << "," << key[4]);
+        SCOPED_TRACE(testing::Message()
+                     << key[0] << "," << key[1] << "," << key[2] << "," << key[3] << "," << key[4]);
         const std::vector<unsigned long> run = Run(key);
         unsigned long count = 12345;
         ASSERT_EQ(1u, Search(search, key, &count));
@@ -129,7 +129,8 @@ TEST_F(GenreTest, FindsEveryRunWithItsCountAndRecords) {
         std::vector<CLocationData> out(run.size() + 2);
         ASSERT_EQ(1u, search.GetList(out.data(), 0, out.size()));
         EXPECT_EQ(run, testsupport::Listed(out));
-        for (size_t i = 0; i < out.size(); ++i) EXPECT_EQ(i < run.size() ? key[4] : 0u, out[i].dwRsv);
+        for (size_t i = 0; i < out.size(); ++i)
+            EXPECT_EQ(i < run.size() ? key[4] : 0u, out[i].dwRsv);
     }
 }
 
@@ -182,7 +183,8 @@ TEST_F(GenreTest, WindowsOfTheRun) {
     CSearchGenreProc search;
     unsigned long count = 0;
     ASSERT_EQ(1u, Search(search, key, &count));
-    const unsigned long windows[][2] = {{0, 0}, {0, 1}, {3, 5}, {n - 2, 5}, {n - 1, 1}, {n, 3}, {n + 7, 2}};
+    const unsigned long windows[][2] = {{0, 0},     {0, 1}, {3, 5},    {n - 2, 5},
+                                        {n - 1, 1}, {n, 3}, {n + 7, 2}};
     for (const auto& w : windows) {
         SCOPED_TRACE(testing::Message() << "start " << w[0] << " count " << w[1]);
         std::vector<CLocationData> out(w[1] + 1);
@@ -227,36 +229,41 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
     mapdb::ByteWriter ofs, badIds;
     ofs.Zeros(16);
     for (unsigned long id : {id0, id1, id2}) ofs.U32(static_cast<uint32_t>(id));
-    const mapdb::Bytes ofs3 = ofs.Take();
+    const mapdb::Bytes ofs3 = ofs.Take(), none;
     badIds.Zeros(16);
     badIds.U32(0x01000005);  // file number 1: not a base file
     badIds.U32(static_cast<uint32_t>(id0));
     const Key key = {{1, 0, 0, 0, 10}};
     mapdb::Bytes cutEntry = IndexImage({key});
     cutEntry.resize(16 + 11);
+    const mapdb::Bytes run2 = IndexImage({key}, 2), run3 = IndexImage({key}, 3);
+    const mapdb::Bytes run1000 = IndexImage({key}, 1000), cutOfs(ofs3.begin(), ofs3.begin() + 22);
+    // Index, offset file, base data reachable; search and list results; GetID of 3 from
+    // position 0 into ids pre-filled with 55.
     struct Case {
         const char* what;
-        std::map<std::string, mapdb::Bytes> files;
+        mapdb::Bytes idx, ofs;
         bool baseData;
         unsigned long search, list;
-        std::vector<unsigned long> ids;  // GetID of 3 from position 0, pre-filled with 55
+        std::vector<unsigned long> ids;
     } cases[] = {
-        {"intact", {{"G001.idx", IndexImage({key}, 3)}, {"G001.ofs", ofs3}}, true, 1, 1, {id0, id1, id2}},
-        {"no base data", {{"G001.idx", IndexImage({key}, 3)}, {"G001.ofs", ofs3}}, false, 1, 0, {id0, id1, id2}},
-        {"index of the header only", {{"G001.idx", mapdb::Bytes(16)}, {"G001.ofs", ofs3}}, true, 0, 0, {}},
-        {"index entry cut short", {{"G001.idx", cutEntry}, {"G001.ofs", ofs3}}, true, 0, 0, {}},
-        {"offset file of 19 bytes", {{"G001.idx", IndexImage({key}, 3)}, {"G001.ofs", mapdb::Bytes(19)}}, true, 1, 0, {55, 55, 55}},
-        {"offset file ends inside the second id",
-         {{"G001.idx", IndexImage({key}, 3)}, {"G001.ofs", {ofs3.begin(), ofs3.begin() + 22}}}, true, 1, 1, {id0, 55, 55}},
-        {"run longer than the offset file", {{"G001.idx", IndexImage({key}, 1000)}, {"G001.ofs", ofs3}}, true, 1, 1, {id0, id1, id2}},
-        {"id outside the base data", {{"G001.idx", IndexImage({key}, 2)}, {"G001.ofs", badIds.Take()}}, true, 1, 0, {0x01000005, id0, kNone}},
-        {"no offset file", {{"G001.idx", IndexImage({key}, 2)}}, true, 1, 0, {55, 55, 55}},
+        {"intact", run3, ofs3, true, 1, 1, {id0, id1, id2}},
+        {"no base data", run3, ofs3, false, 1, 0, {id0, id1, id2}},
+        {"index of the header only", mapdb::Bytes(16), ofs3, true, 0, 0, {}},
+        {"index entry cut short", cutEntry, ofs3, true, 0, 0, {}},
+        {"offset file of 19 bytes", run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
+        {"offset file ends in the second id", run3, cutOfs, true, 1, 1, {id0, 55, 55}},
+        {"run longer than the offset file", run1000, ofs3, true, 1, 1, {id0, id1, id2}},
+        {"id outside the base data", run2, badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
+        {"no offset file", run2, none, true, 1, 0, {55, 55, 55}},
     };
     mapdb::TempDir empty;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         mapdb::TempDir dir;
-        WritePack(dir.path(), c.files);
+        std::map<std::string, mapdb::Bytes> files = {{"G001.idx", c.idx}};
+        if (!c.ofs.empty()) files["G001.ofs"] = c.ofs;
+        WritePack(dir.path(), files);
         // The base data stays in the suite's database, reached through the SD fallback.
         settings_.Use(dir.path(), c.baseData ? tmp_->path() : empty.path(), true, true);
         CSearchGenreProc search;

@@ -17,6 +17,7 @@
 
 namespace {
 
+using mapdb::Bytes;
 using testsupport::kAny;
 using testsupport::Listed;
 constexpr unsigned long kPois = 90;
@@ -30,7 +31,8 @@ struct Poi {
 
 // Small codes that repeat often, and now and then a code of 32 or more.
 uint32_t Genre(unsigned long i, int level) {
-    if (i % 17 == static_cast<unsigned long>(level) + 1) return 32 + static_cast<uint32_t>(level) * 10;
+    if (i % 17 == static_cast<unsigned long>(level) + 1)
+        return 32 + static_cast<uint32_t>(level) * 10;
     const uint32_t small[] = {static_cast<uint32_t>(i % 3), static_cast<uint32_t>(i % 4),
                               static_cast<uint32_t>((i / 2) % 3), static_cast<uint32_t>(i % 5)};
     const bool none[] = {i % 11 == 0, i % 13 == 0, false, i % 2 == 1};
@@ -47,8 +49,9 @@ protected:
             // Readings of 1 to 3 syllables, starting with ア or カ; the order differs from i.
             std::string reading = std::string(i % 3 == 0 ? "カ" : "ア") + kSyllables[(i * 7) % 5];
             if (i % 4) reading += kSyllables[(i * 3) % 5];
-            mapdb::PoiSource p = testsupport::MakePoi(i % 2 ? "駅前店" : "本店", reading, Genre(i, 0),
-                                                      Genre(i, 1), Genre(i, 2), Genre(i, 3));
+            mapdb::PoiSource p =
+                testsupport::MakePoi(i % 2 ? "駅前店" : "本店", reading, Genre(i, 0), Genre(i, 1),
+                                     Genre(i, 2), Genre(i, 3));
             p.texts.push_back(i % 5 == 0 ? "東京" : "横浜");
             // A small grid: several POIs share a position, hence a distance.
             p.lonMs = testsupport::kTokyoLon + static_cast<uint32_t>(i % 7) * 10000;
@@ -98,9 +101,10 @@ std::vector<Poi>* KanaMATest::pois_ = nullptr;
 
 TEST_F(KanaMATest, TotalsUnderEveryFilterShape) {
     const unsigned long filters[][4] = {
-        {kAny, kAny, kAny, kAny}, {1, kAny, kAny, kAny}, {1, 2, kAny, kAny}, {1, 2, 0, kAny},
-        {2, 1, 1, 0},             {kAny, 3, kAny, kAny}, {kAny, kAny, 2, 4}, {0, kAny, 1, kAny},
-        {9, kAny, kAny, kAny},    {255, 255, 255, 0},    {32, kAny, kAny, kAny}};
+        {kAny, kAny, kAny, kAny}, {1, kAny, kAny, kAny}, {1, 2, kAny, kAny},
+        {1, 2, 0, kAny},          {2, 1, 1, 0},          {kAny, 3, kAny, kAny},
+        {kAny, kAny, 2, 4},       {0, kAny, 1, kAny},    {9, kAny, kAny, kAny},
+        {255, 255, 255, 0},       {32, kAny, kAny, kAny}};
     CSearchKanaProcMA search;
     for (const char* reading : {"\xB1", "\xB1\xB6", "\xB6\xB6\xDE", "\xB6\xB2\xB6\xDE"}) {
         Search(&search, reading);
@@ -114,7 +118,8 @@ TEST_F(KanaMATest, TotalsUnderEveryFilterShape) {
                 const auto& c = p->src.genre;
                 auto level = [&](int k) { return f[k] == kAny || c[k] == f[k]; };
                 // The first wildcard ends the comparison; the sortable list has three levels.
-                if (level(0) && (f[1] == kAny || (level(1) && (f[2] == kAny || (level(2) && level(3))))))
+                if (level(0) &&
+                    (f[1] == kAny || (level(1) && (f[2] == kAny || (level(2) && level(3))))))
                     byGenre.push_back(p);
                 if (f[0] == kAny || (level(0) && (f[1] == kAny || (level(1) && level(2)))))
                     sortable.push_back(p);
@@ -152,7 +157,8 @@ TEST_F(KanaMATest, DistanceSortCutsInFileOrderAndBreaksTiesById) {
         std::vector<std::pair<unsigned long, unsigned long>> expected;  // (distance, id)
         for (size_t i = 0; i < run.size() && i < keep; ++i) {
             unsigned long d = 0, dir = 0;
-            CDistanceProc().CalcDistanceForm(&d, &dir, lat, lon, static_cast<int>(run[i]->src.latMs),
+            CDistanceProc().CalcDistanceForm(&d, &dir, lat, lon,
+                                             static_cast<int>(run[i]->src.latMs),
                                              static_cast<int>(run[i]->src.lonMs));
             expected.push_back({d, run[i]->id});
         }
@@ -233,9 +239,9 @@ TEST_F(KanaMATest, TotalNarrowedByFlagsAndTexts) {
         unsigned long g1, flags;
         const std::string* t1;
         const std::string* t2;
-    } cases[] = {{kAny, 0, nullptr, nullptr},  {kAny, 5, nullptr, nullptr},
-                 {1, 2, nullptr, nullptr},     {kAny, 0, &station, nullptr},
-                 {kAny, 0, &station, &tokyo},  {2, 1, nullptr, &tokyo},
+    } cases[] = {{kAny, 0, nullptr, nullptr}, {kAny, 5, nullptr, nullptr},
+                 {1, 2, nullptr, nullptr},    {kAny, 0, &station, nullptr},
+                 {kAny, 0, &station, &tokyo}, {2, 1, nullptr, &tokyo},
                  {kAny, 0, &split, nullptr}};
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.g1 << " flags " << c.flags << " " << (c.t1 != nullptr)
@@ -291,7 +297,7 @@ TEST_F(KanaMATest, MissingAndCutOffsetFiles) {
         unsigned long total, sortTotal;
     } cases[] = {
         {"no offset files", {}, 0, 0},
-        {"one entry less a byte", {{"K177.ofs", mapdb::Bytes(23)}, {"K2177.ofs", mapdb::Bytes(28)}}, 0, 0},
+        {"one entry less a byte", {{"K177.ofs", Bytes(23)}, {"K2177.ofs", Bytes(28)}}, 0, 0},
         {"run past the files", {{"K177.ofs", three.bytes()}, {"K2177.ofs", three2.bytes()}}, 3, 3},
         {"last entry cut", {{"K177.ofs", shortOfs}, {"K2177.ofs", three2.bytes()}}, 2, 3},
     };

@@ -29,7 +29,9 @@ inline mapdb::PoiSource MakePoi(const std::string& name, const std::string& read
 }
 
 // The first string of a record's text area.
-inline std::string NameOf(const CLocationData& r) { return std::string(r.szName); }
+inline std::string NameOf(const CLocationData& r) {
+    return std::string(r.szName);
+}
 
 // A NUL-terminated copy of `s` for the interfaces that take unsigned char*.
 inline std::vector<unsigned char> Z(const std::string& s) {

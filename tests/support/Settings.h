@@ -2,6 +2,8 @@
 // so that tests pointing the library at their own folders do not leak into each other.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <string>
 
@@ -11,11 +13,9 @@ namespace testsupport {
 
 class ScopedSettings {
 public:
-    ScopedSettings() {
+    ScopedSettings() : db_(g_blEnableDB), sd_(g_blEnableSD) {
         memcpy(path_, g_tcharPath, sizeof(path_));
         memcpy(sdPath_, g_tcharSDPath, sizeof(sdPath_));
-        db_ = g_blEnableDB;
-        sd_ = g_blEnableSD;
     }
     ~ScopedSettings() {
         memcpy(g_tcharPath, path_, sizeof(path_));
@@ -37,6 +37,12 @@ private:
     char sdPath_[256];
     bool db_;
     bool sd_;
+};
+
+// A fixture that restores the settings after every test.
+class SettingsTest : public ::testing::Test {
+protected:
+    ScopedSettings settings_;
 };
 
 }  // namespace testsupport
