@@ -65,7 +65,7 @@ TEST(LzmaProc, DecodesVectorsMadeByXzAndBranchOpcodesAtTheEnd) {
 TEST(LzmaProc, HeaderRulesAndBlocksShorterThanTheHeader) {
     const Bytes good = Lzma(codectest::Records(500), false, false);
     for (size_t len = 0; len <= 14; ++len) {
-        unsigned char* in = new unsigned char[len + 1];
+        unsigned char* in = new unsigned char[len];
         memcpy(in, good.data(), len);
         unsigned int size = 77, processed = 99;
         unsigned char out[501];

@@ -265,7 +265,7 @@ TEST(StringConv, WideStrCmpAndWordReads) {
                           {{0x41, 0}, {0x42, 0}, -1},
                           {{0x41, 0}, {0x41, 0x42, 0}, -0x42},
                           {{0xFFFF, 0}, {1, 0}, 0xFFFE},
-                          {{0x41, 0, 0x43}, {0x41, 0x42, 0x43}, -0x42}};
+                          {{0x41, 0, 0x43, 0}, {0x41, 0x42, 0x43, 0}, -0x42}};
     for (Case c : cases) EXPECT_EQ(conv.WideStrCmp(c.a.data(), c.b.data()), c.expected);
     unsigned char p[2] = {0x12, 0xF4};
     EXPECT_EQ(conv.ConvToWORD(p), 0x12F4);

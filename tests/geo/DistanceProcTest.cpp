@@ -25,16 +25,15 @@ struct Result {
 enum Form { kUnsigned, kSigned, k256, kFloat, kAzi };
 
 Result Measure(Form form, int lat1, int lon1, int lat2, int lon2) {
-    using Signed =
-        unsigned long (CDistanceProc::*)(unsigned long*, unsigned long*, int, int, int, int);
-    const Signed forms[] = {nullptr, &CDistanceProc::CalcDistance, &CDistanceProc::CalcDistance256,
-                            &CDistanceProc::CalcDistanceForm, &CDistanceProc::CalcDistanceFormAzi};
     CDistanceProc p;
     Result r{0, kUntouched, kUntouched};
     auto u = [](int v) { return static_cast<unsigned long>(v); };
-    r.status = form == kUnsigned
-                   ? p.CalcDistance(&r.dist, &r.dir, u(lat1), u(lon1), u(lat2), u(lon2))
-                   : (p.*forms[form])(&r.dist, &r.dir, lat1, lon1, lat2, lon2);
+    unsigned long *d = &r.dist, *a = &r.dir;
+    if (form == kUnsigned) r.status = p.CalcDistance(d, a, u(lat1), u(lon1), u(lat2), u(lon2));
+    if (form == kSigned) r.status = p.CalcDistance(d, a, lat1, lon1, lat2, lon2);
+    if (form == k256) r.status = p.CalcDistance256(d, a, lat1, lon1, lat2, lon2);
+    if (form == kFloat) r.status = p.CalcDistanceForm(d, a, lat1, lon1, lat2, lon2);
+    if (form == kAzi) r.status = p.CalcDistanceFormAzi(d, a, lat1, lon1, lat2, lon2);
     return r;
 }
 
