@@ -38,7 +38,7 @@ public:
     uint32_t MarkRecord() const { return m_dwMarkRecord; }
 };
 
-class BaseDataTest : public ::testing::Test {
+class BaseDataTest : public testsupport::SettingsTest {
 protected:
     static void SetUpTestSuite() {
         tmp_ = new mapdb::TempDir;
@@ -98,12 +98,9 @@ protected:
         }
     }
 
-    static mapdb::TempDir* tmp_;
-    static std::vector<uint32_t>* ids_;
-    testsupport::ScopedSettings settings_;
+    static inline mapdb::TempDir* tmp_ = nullptr;
+    static inline std::vector<uint32_t>* ids_ = nullptr;
 };
-mapdb::TempDir* BaseDataTest::tmp_ = nullptr;
-std::vector<uint32_t>* BaseDataTest::ids_ = nullptr;
 
 TEST_F(BaseDataTest, LooksUpRecordsAcrossContainersAndFiles) {
     for (unsigned long i = 0; i < kRecords; ++i) ASSERT_EQ(Id(kFile, i), (*ids_)[i]);

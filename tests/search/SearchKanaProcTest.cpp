@@ -29,7 +29,7 @@ const char* const kReadings[] = {
 };
 constexpr size_t kCount = sizeof(kReadings) / sizeof(*kReadings);
 
-class KanaTest : public ::testing::Test {
+class KanaTest : public testsupport::SettingsTest {
 protected:
     static void SetUpTestSuite() {
         tmp_ = new mapdb::TempDir;
@@ -99,14 +99,10 @@ protected:
         return keys;
     }
 
-    static mapdb::TempDir* tmp_;
-    static std::vector<mapdb::PoiSource>* pois_;
-    static mapdb::BaseResult* base_;
-    testsupport::ScopedSettings settings_;
+    static inline mapdb::TempDir* tmp_ = nullptr;
+    static inline std::vector<mapdb::PoiSource>* pois_ = nullptr;
+    static inline mapdb::BaseResult* base_ = nullptr;
 };
-mapdb::TempDir* KanaTest::tmp_ = nullptr;
-std::vector<mapdb::PoiSource>* KanaTest::pois_ = nullptr;
-mapdb::BaseResult* KanaTest::base_ = nullptr;
 
 TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
     const char* const typed[] = {
