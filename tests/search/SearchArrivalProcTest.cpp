@@ -21,7 +21,7 @@ mapdb::ArrivalPoint Point(const std::string& name, uint32_t dLon, uint8_t attr) 
     return {name, kTokyoLon + dLon, kTokyoLat, attr};
 }
 
-class ArrivalTest : public ::testing::Test {
+class ArrivalTest : public testsupport::SettingsTest {
 protected:
     void SetUp() override {
         std::vector<mapdb::ArrivalSource> sources = {
@@ -36,7 +36,6 @@ protected:
         settings_.Use(tmp_.path());
     }
     mapdb::TempDir tmp_;
-    testsupport::ScopedSettings settings_;
 };
 
 TEST_F(ArrivalTest, CollectsPointsInNumberOrderAndFindsEveryIndexPosition) {

@@ -38,7 +38,7 @@ public:
     uint32_t MarkRecord() const { return m_dwMarkRecord; }
 };
 
-class BaseDataTest : public ::testing::Test {
+class BaseDataTest : public testsupport::SettingsTest {
 protected:
     static void SetUpTestSuite() {
         tmp_ = new mapdb::TempDir;
@@ -98,12 +98,9 @@ protected:
         }
     }
 
-    static mapdb::TempDir* tmp_;
-    static std::vector<uint32_t>* ids_;
-    testsupport::ScopedSettings settings_;
+    static inline mapdb::TempDir* tmp_ = nullptr;
+    static inline std::vector<uint32_t>* ids_ = nullptr;
 };
-mapdb::TempDir* BaseDataTest::tmp_ = nullptr;
-std::vector<uint32_t>* BaseDataTest::ids_ = nullptr;
 
 TEST_F(BaseDataTest, LooksUpRecordsAcrossContainersAndFiles) {
     for (unsigned long i = 0; i < kRecords; ++i) ASSERT_EQ(Id(kFile, i), (*ids_)[i]);
@@ -225,6 +222,26 @@ TEST_F(BaseDataTest, FiltersAndPagesForwardAndBackwardLikeOneListing) {
             // The bookmark sits at the page's first match: the next page starts there.
             EXPECT_EQ(p * page, base.MarkMatch());
             EXPECT_EQ(all[p * page], Id(kFile, base.MarkRecord()));
+        }
+        // Pages of this listing in turn with another range or another filter: one bookmark
+        // never steers the other listing.
+        const unsigned long* next = filters[(&g - filters + 1) % std::size(filters)];
+        struct Listing {
+            unsigned long start, n;
+            const unsigned long* g;
+        } const listings[] = {{first, count, g}, {600, 300, g}, {first, count, next}};
+        for (unsigned long p : {2ul, 1ul, 3ul, 0ul}) {
+            for (const Listing& l : {listings[1], listings[0], listings[2], listings[0]}) {
+                const std::vector<unsigned long> want = Expected(l.start, l.n, l.g);
+                std::vector<CLocationData> out(page);
+                ASSERT_TRUE(base.GetList(out.data(), Id(kFile, l.start), l.n, p * page, page,
+                                         l.g[0], l.g[1], l.g[2], l.g[3]));
+                EXPECT_EQ(std::vector<unsigned long>(
+                              want.begin() + std::min(want.size(), p * page),
+                              want.begin() + std::min(want.size(), (p + 1) * page)),
+                          testsupport::Listed(out))
+                    << "from " << l.start << " filter " << l.g[0] << "," << l.g[1] << " page " << p;
+            }
         }
     }
 }

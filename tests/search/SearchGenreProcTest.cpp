@@ -66,7 +66,7 @@ long ModelSearch(const std::vector<Key>& keys, const Key& key) {
     return -1;
 }
 
-class GenreTest : public ::testing::Test {
+class GenreTest : public testsupport::SettingsTest {
 protected:
     static void SetUpTestSuite() {
         tmp_ = new mapdb::TempDir;
@@ -106,12 +106,9 @@ protected:
         return s.SearchProc(count, k[0], k[1], k[2], k[3], k[4]);
     }
 
-    static mapdb::TempDir* tmp_;
-    static std::vector<uint32_t>* ids_;
-    testsupport::ScopedSettings settings_;
+    static inline mapdb::TempDir* tmp_ = nullptr;
+    static inline std::vector<uint32_t>* ids_ = nullptr;
 };
-mapdb::TempDir* GenreTest::tmp_ = nullptr;
-std::vector<uint32_t>* GenreTest::ids_ = nullptr;
 
 TEST_F(GenreTest, FindsEveryRunWithItsCountAndRecords) {
     std::set<Key> keys;

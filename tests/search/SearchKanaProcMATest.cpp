@@ -39,7 +39,7 @@ uint32_t Genre(unsigned long i, int level) {
     return none[level] ? 255 : small[level];
 }
 
-class KanaMATest : public ::testing::Test {
+class KanaMATest : public testsupport::SettingsTest {
 protected:
     static void SetUpTestSuite() {
         tmp_ = new mapdb::TempDir;
@@ -92,12 +92,9 @@ protected:
         ASSERT_NE(0u, search->SearchProc(&count, testsupport::Z(reading).data()));
     }
 
-    static mapdb::TempDir* tmp_;
-    static std::vector<Poi>* pois_;
-    testsupport::ScopedSettings settings_;
+    static inline mapdb::TempDir* tmp_ = nullptr;
+    static inline std::vector<Poi>* pois_ = nullptr;
 };
-mapdb::TempDir* KanaMATest::tmp_ = nullptr;
-std::vector<Poi>* KanaMATest::pois_ = nullptr;
 
 TEST_F(KanaMATest, TotalsUnderEveryFilterShape) {
     const unsigned long filters[][4] = {

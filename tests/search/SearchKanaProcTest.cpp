@@ -29,7 +29,7 @@ const char* const kReadings[] = {
 };
 constexpr size_t kCount = sizeof(kReadings) / sizeof(*kReadings);
 
-class KanaTest : public ::testing::Test {
+class KanaTest : public testsupport::SettingsTest {
 protected:
     static void SetUpTestSuite() {
         tmp_ = new mapdb::TempDir;
@@ -99,14 +99,10 @@ protected:
         return keys;
     }
 
-    static mapdb::TempDir* tmp_;
-    static std::vector<mapdb::PoiSource>* pois_;
-    static mapdb::BaseResult* base_;
-    testsupport::ScopedSettings settings_;
+    static inline mapdb::TempDir* tmp_ = nullptr;
+    static inline std::vector<mapdb::PoiSource>* pois_ = nullptr;
+    static inline mapdb::BaseResult* base_ = nullptr;
 };
-mapdb::TempDir* KanaTest::tmp_ = nullptr;
-std::vector<mapdb::PoiSource>* KanaTest::pois_ = nullptr;
-mapdb::BaseResult* KanaTest::base_ = nullptr;
 
 TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
     const char* const typed[] = {
@@ -226,10 +222,12 @@ TEST_F(KanaTest, ResultCodesOfHandMadeAndDamagedTrees) {
 }
 
 TEST_F(KanaTest, MissingDataAndSwitches) {
-    mapdb::TempDir empty, noDat, past;
-    // The kana folder with base data that lacks its data file.
+    mapdb::TempDir empty, noDat, noIdx, past;
+    // The kana folder with base data that lacks its data file or its index.
     mapdb::WriteKana(noDat.path(), *pois_, mapdb::WriteBase(noDat.path(), *pois_));
     remove((noDat / "BASE/B182.DAT").c_str());
+    mapdb::WriteKana(noIdx.path(), *pois_, mapdb::WriteBase(noIdx.path(), *pois_));
+    remove((noIdx / "BASE/B182.IDX").c_str());
     // A run that reaches past the base data.
     mapdb::PackWriter pack;
     pack.Add("K182.idx", Tree({{0xB6, 0x7fffffff, 0, (base_->ids[0] & 0xFF000000) + 2, 30000}}));
@@ -248,6 +246,7 @@ TEST_F(KanaTest, MissingDataAndSwitches) {
         {"database switched off", empty.path(), tmp_->path(), false, "\xA6", 0, 5, 0, false},
         {"SD copy", empty.path(), tmp_->path(), true, "\xA6", 2, 1, 1, true},
         {"base data without its data file", noDat.path(), "", true, "\xB6", 2, 10, 10, false},
+        {"base data without its index", noIdx.path(), "", true, "\xB6", 2, 10, 0, false},
         {"run past the base data", past.path(), tmp_->path(), true, "\xB6", 3, 30000, 0, false},
     };
     for (const Case& c : cases) {
