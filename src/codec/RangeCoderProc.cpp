@@ -5,6 +5,7 @@
 #include <new>
 
 #include "codec/CodecDetail.h"
+#include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
 
 namespace {
@@ -149,8 +150,8 @@ FREQUENCY* CRangeCoderProc::CreateFrequencyBuf(int n) {
     if (model == nullptr) return nullptr;
     model->dwNum = static_cast<uint32_t>(n);
     // 4 bytes per count and per sum, as the models have always been sized.
-    model->pwFreq = new (std::nothrow) uint16_t[2 * static_cast<size_t>(n)];
-    model->pwCum = new (std::nothrow) uint16_t[2 * (static_cast<size_t>(n) + 1)];
+    model->pwFreq = alloc::NewArray<uint16_t>(2 * static_cast<uint64_t>(n));
+    model->pwCum = alloc::NewArray<uint16_t>(2 * (static_cast<uint64_t>(n) + 1));
     if (model->pwFreq == nullptr || model->pwCum == nullptr) {
         delete[] model->pwFreq;
         delete[] model->pwCum;

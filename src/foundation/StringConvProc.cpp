@@ -4,9 +4,9 @@
 #include "foundation/StringConvProc.h"
 
 #include <cstring>
-#include <new>
 #include <utility>
 
+#include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
 
 namespace conv_detail {
@@ -356,8 +356,9 @@ unsigned long CStringConvProc::UTF8ToUTF16(unsigned short** out, unsigned char* 
     const unsigned long len = std::strlen(reinterpret_cast<const char*>(src));
     const unsigned long units = UTF8ToUTF16Sub(nullptr, src, len);
     if (units == 0) return 0;
-    unsigned short* buffer = new (std::nothrow) unsigned short[units + 1]();
+    unsigned short* buffer = alloc::NewArray<unsigned short>(uint64_t{units} + 1);
     if (buffer == nullptr) return 0;
+    buffer[units] = 0;
     UTF8ToUTF16Sub(buffer, src, len);
     *out = buffer;
     return units;
@@ -368,8 +369,9 @@ unsigned long CStringConvProc::UTF16ToUTF8(unsigned char** out, unsigned short* 
     const unsigned long len = UnitLength(src);
     const unsigned long size = UTF16ToUTF8Sub(nullptr, src, len);
     if (size == 0) return 0;
-    unsigned char* buffer = new (std::nothrow) unsigned char[size + 1]();
+    unsigned char* buffer = alloc::NewArray<unsigned char>(uint64_t{size} + 1);
     if (buffer == nullptr) return 0;
+    buffer[size] = 0;
     UTF16ToUTF8Sub(buffer, src, len);
     *out = buffer;
     return size;

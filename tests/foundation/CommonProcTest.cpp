@@ -106,10 +106,11 @@ TEST(CommonProc, SdCopyMayCarryItsOwnNameAndTheLongestPathOpens) {
     mapdb::WriteFile(sdRoot / "S/SDNAME.DAT", {'s'});
     // root + '/' + a relative path of exactly 512 bytes, components of at most 255.
     std::string rel;
-    while (dbRoot.path().size() + 1 + rel.size() < 512 - 256) rel += std::string(200, 'd') + "/";
+    while (dbRoot.path().size() + 1 + rel.size() < 300) rel += std::string(200, 'd') + "/";
     mapdb::MakeDirs(dbRoot / rel);
     rel += std::string(512 - dbRoot.path().size() - 1 - rel.size(), 'f');
     mapdb::WriteFile(dbRoot / rel, {'x'});
+    mapdb::WriteFile(dbRoot / rel + "g", {'x'});
     testsupport::ScopedSettings keep;
     keep.Use(dbRoot.path(), sdRoot.path(), true, true);
     EXPECT_EQ(-1, Probe::OpenDataFile("S/DBNAME.DAT"));

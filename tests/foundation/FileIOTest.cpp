@@ -56,21 +56,6 @@ TEST(FileIO, MergeAndSplitAtTheirBounds) {
     }
 }
 
-TEST(FileIO, OpenHelpersAndTheAlwaysTrueExistenceCheck) {
-    mapdb::TempDir tmp;
-    mapdb::WriteFile(tmp / "f.bin", {1});
-    const int fd = CFileIO::CreateFile(C(tmp.path()), C("f.bin"));
-    EXPECT_GE(fd, 0);
-    close(fd);
-    EXPECT_EQ(-1, CFileIO::CreateFile(C(tmp.path()), C("absent")));
-    // The write open never creates the file, but makes its folder.
-    EXPECT_EQ(-1, CFileIO::CreateWriteFile(C(tmp / "new"), C("out")));
-    struct stat st;
-    EXPECT_EQ(0, stat((tmp / "new").c_str(), &st));
-    EXPECT_EQ(1u, CFileIO::IsFileExist(C(tmp / "no/such/x")));
-    EXPECT_EQ(1u, CFileIO::IsFileExist(C(tmp.path()), C("absent")));
-}
-
 TEST(FileIO, LoadRulesOnADescriptor) {
     mapdb::TempDir tmp;
     mapdb::WriteFile(tmp / "ten", {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9'});
@@ -116,13 +101,15 @@ TEST(FileIO, PathFormsTakeTheLongestPathAndCloseWhatTheyOpen) {
     mapdb::TempDir tmp;
     // A joined path of exactly 512 bytes: directory parts of at most 255 bytes each.
     std::string dir = tmp.path();
-    while (dir.size() < 512 - 1 - 100 - 201) dir += "/" + std::string(200, 'd');
+    while (dir.size() < 512 - 1 - 100 - 220) dir += "/" + std::string(200, 'd');
     dir += "/" + std::string(512 - 1 - 100 - dir.size() - 1, 'e');
     mapdb::MakeDirs(dir);
     const std::string name(100, 'n');
     ASSERT_EQ(512u, dir.size() + 1 + name.size());
     mapdb::WriteFile(dir + "/" + name, {'x', 'y'});
     mapdb::WriteFile(tmp / "empty", {});
+    mapdb::MakeDirs(dir + "x");  // one byte more: the join fails, the file is never opened
+    mapdb::WriteFile(dir + "x/" + name, {'x', 'y'});
     const int before = LowestFreeDescriptor();
     for (int i = 0; i < 20; ++i) {
         unsigned char* buf = nullptr;
@@ -141,6 +128,14 @@ TEST(FileIO, PathFormsTakeTheLongestPathAndCloseWhatTheyOpen) {
         close(fd);
     }
     EXPECT_EQ(before, LowestFreeDescriptor());
+    EXPECT_EQ(-1, CFileIO::CreateFile(C(tmp.path()), C("absent")));
+    // The write open never creates the file, but makes its folder.
+    EXPECT_EQ(-1, CFileIO::CreateWriteFile(C(tmp / "new"), C("out")));
+    struct stat st;
+    EXPECT_EQ(0, stat((tmp / "new").c_str(), &st));
+    // Deliberately 1 whatever the scan finds.
+    EXPECT_EQ(1u, CFileIO::IsFileExist(C(tmp / "no/such/x")));
+    EXPECT_EQ(1u, CFileIO::IsFileExist(C(tmp.path()), C("absent")));
 }
 
 }  // namespace
