@@ -123,14 +123,18 @@ TEST_F(ArrivalTest, NumberingGapEndsTheList) {
 }
 
 TEST_F(ArrivalTest, DamagedMissingAndFallback) {
-    mapdb::TempDir empty, cutDat, cutIdx;
-    for (const mapdb::TempDir* d : {&cutDat, &cutIdx}) mapdb::MakeDirs(*d / "ARRIVAL");
+    mapdb::TempDir empty, cutDat, cutIdx, cutHeader;
+    for (const mapdb::TempDir* d : {&cutDat, &cutIdx, &cutHeader}) {
+        mapdb::MakeDirs(*d / "ARRIVAL");
+    }
     const mapdb::Bytes idx = mapdb::ReadFile(tmp_ / "ARRIVAL/ARV.IDX");
     const mapdb::Bytes dat = mapdb::ReadFile(tmp_ / "ARRIVAL/ARV.DAT");
     mapdb::WriteFile(cutDat / "ARRIVAL/ARV.IDX", idx);
     mapdb::WriteFile(cutDat / "ARRIVAL/ARV.DAT", mapdb::Bytes(dat.begin(), dat.begin() + 20));
     mapdb::WriteFile(cutIdx / "ARRIVAL/ARV.IDX", mapdb::Bytes(23, 0));
     mapdb::WriteFile(cutIdx / "ARRIVAL/ARV.DAT", dat);
+    mapdb::WriteFile(cutHeader / "ARRIVAL/ARV.IDX", mapdb::Bytes(10, 0));
+    mapdb::WriteFile(cutHeader / "ARRIVAL/ARV.DAT", dat);
     struct Case {
         const char* what;
         std::string db;
@@ -139,6 +143,7 @@ TEST_F(ArrivalTest, DamagedMissingAndFallback) {
     } cases[] = {
         {"data cut: the point counts but fills nothing", cutDat.path(), true, false, 1, 3, 0},
         {"index shorter than one entry", cutIdx.path(), true, false, 0, 0, 0},
+        {"index shorter than its header", cutHeader.path(), true, false, 0, 0, 0},
         {"no files", empty.path(), true, false, 0, 0, 0},
         {"SD copy", empty.path(), true, true, 1, 3, kTokyoLon + 10},
         {"database off", tmp_.path(), false, false, 0, 0, 0},

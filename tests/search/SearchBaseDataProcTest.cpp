@@ -307,6 +307,10 @@ TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {
         CLocationData out;
         EXPECT_EQ(c.rec0, CSearchBaseDataProc().SearchProc(&out, Id(kFile, 0)));
         EXPECT_EQ(c.rec1, CSearchBaseDataProc().SearchProc(&out, Id(kFile, 1)));
+        unsigned long start = 0, size = 0;  // the first container straight from the data file
+        if (CSearchBaseDataProc().LoadContainerOffset(&start, &size, kFile, 0)) {
+            EXPECT_EQ(c.parts[2] == dat, CSearchBaseDataProc().LoadData(kFile, start, size));
+        }
         EXPECT_EQ(c.total,
                   CSearchBaseDataProc().GetRefinedTotal(Id(kFile, 0), 5, kAny, kAny, kAny, kAny));
         std::vector<CLocationData> list(5);

@@ -197,6 +197,15 @@ TEST_F(KanaMATest, ListsShareOneCount) {
     EXPECT_EQ(std::vector<unsigned long>(all.begin(), all.begin() + small + 1), Listed(rest));
     EXPECT_TRUE(search.GetSortList(rest.data(), small, 3));
     EXPECT_EQ(0u, rest[0].dwID);
+    // Id windows stop at their count; no output records, no listing.
+    std::vector<unsigned long> window(4, 0x55), window2(4, 0x55);
+    EXPECT_TRUE(search.LoadOffset(window.data(), 1, 2));
+    EXPECT_TRUE(search.LoadOffset2(window2.data(), 1, 2));
+    EXPECT_EQ((std::vector<unsigned long>{all[1], all[2], 0x55, 0x55}), window);
+    EXPECT_NE(0x55u, window2[1]);
+    EXPECT_EQ(0x55u, window2[2]) << "two ids, then untouched";
+    EXPECT_FALSE(search.GetList(nullptr, 0, 1));
+    EXPECT_FALSE(search.GetSortList(nullptr, 0, 1));
 }
 
 TEST_F(KanaMATest, GenreMasksOfTheNextLevel) {
