@@ -92,19 +92,24 @@ protected:
 TEST(VicinityMesh, ConvertsPositionsAtMeshEdgesAndCorners) {
     const int64_t cases[][3] = {
         {128452320, 503161560, 5339'4174'6136},  // Tokyo station, worked by hand
-        {kSouth, kWest, 5339'0000'0000},          {kSouth - 10, kWest, 5239'7999'0000},
-        {kSouth, kWest - 10, 5338'0000'7999},     {kSouth - 1, kWest - 1, 5238'7999'7999},
+        {kSouth, kWest, 5339'0000'0000},
+        {kSouth - 10, kWest, 5239'7999'0000},
+        {kSouth, kWest - 10, 5338'0000'7999},
+        {kSouth - 1, kWest - 1, 5238'7999'7999},
         {kSouth + kMeshLat - 10, kWest + kMeshLon - 10, 5339'7999'7999},
-        {kSouth + 299, kWest + 449, 5339'0000'0000}, {kSouth + 300, kWest + 450, 5339'0001'0001},
+        {kSouth + 299, kWest + 449, 5339'0000'0000},
+        {kSouth + 300, kWest + 450, 5339'0001'0001},
     };
     CVicinityProc v;
     for (const auto& c : cases) {
-        const unsigned long lat = static_cast<unsigned long>(c[0]), lon = static_cast<unsigned long>(c[1]);
+        const unsigned long lat = static_cast<unsigned long>(c[0]),
+                            lon = static_cast<unsigned long>(c[1]);
         int mesh = -1, y = -1, x = -1;
         v.ConvLatLngtoMeche(&mesh, &y, &x, lat, lon);
         EXPECT_EQ(c[2], mesh * 100000000LL + y * 10000 + x);
         unsigned long cLat = 0, cLon = 0;  // back to the cell's corner, 1/100 s
-        v.ConvMechetoLatLng(&cLat, &cLon, static_cast<unsigned long>(mesh), static_cast<unsigned long>(y * 10000 + x));
+        v.ConvMechetoLatLng(&cLat, &cLon, static_cast<unsigned long>(mesh),
+                            static_cast<unsigned long>(y * 10000 + x));
         EXPECT_EQ(lat / 10 - lat / 10 % 30, cLat) << c[2];
         EXPECT_EQ(lon / 10 - lon / 10 % 45, cLon) << c[2];
     }
@@ -115,10 +120,16 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
     // northern mesh, where POI 999999 lies within the radius.
     const Point border{kSouth + kMeshLat - 80 * 300 + 290, kMid.lon};
     const Point neCorner{kSouth + kMeshLat - 900 * 32, kWest + kMeshLon - 100 * 40};
-    const Point grid[] = {kMid, {kMid.lat, kWest + 400 * 40}, {kMid.lat, kWest + kMeshLon - 400 * 40},
-                          {kSouth + 500 * 32, kMid.lon}, {kSouth + kMeshLat - 500 * 32, kMid.lon},
-                          {kSouth + 300 * 32, kWest + 700 * 40}, neCorner,
-                          {kSouth + kMeshLat - 10, kWest + 10}, {kSouth, kWest + kMeshLon - 10}, border};
+    const Point grid[] = {kMid,
+                          {kMid.lat, kWest + 400 * 40},
+                          {kMid.lat, kWest + kMeshLon - 400 * 40},
+                          {kSouth + 500 * 32, kMid.lon},
+                          {kSouth + kMeshLat - 500 * 32, kMid.lon},
+                          {kSouth + 300 * 32, kWest + 700 * 40},
+                          neCorner,
+                          {kSouth + kMeshLat - 10, kWest + 10},
+                          {kSouth, kWest + kMeshLon - 10},
+                          border};
     std::vector<VicinityPoi> pois = {At(999999, {kSouth + kMeshLat + 150, border.lon}, 5, 1)};
     for (const Point& c : grid) {
         for (double n = -2600; n <= 2600; n += 130) {
@@ -137,11 +148,25 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
     uint32_t id = 1;
     for (double e : {-70000.0, -51000.0, -49500.0, -30000.0, 100.0, 20000.0, 49000.0})
         pois.push_back(At(id++, Offset(far, 0, e), 3));
-    for (double n : {-40000.0, -10000.0, 10000.0, 40000.0}) pois.push_back(At(id++, Offset(kMid, n, 0), 2));
+    for (double n : {-40000.0, -10000.0, 10000.0, 40000.0})
+        pois.push_back(At(id++, Offset(kMid, n, 0), 2));
     for (uint32_t i = 0; i < 9; ++i) pois.push_back(At(100 + i, {kSouth + 400, north.lon}, 4));
     pois.push_back(At(77, Offset(north, 800, 0), 4));
     pois.push_back(At(1000001, Offset(kMid, -300, 0), 9));
     pois.push_back(At(1000002, kMid, 9));
+    // Classes 7, 8 and 10: POIs within 2, 5 and 20 km and beyond, for the widening search.
+    const double bands[][2] = {{0, 1900}, {2100, 4900}, {15500, 19900}, {20500, 24000}};
+    const int rings[][4] = {{200, 50, 0, 5}, {199, 0, 30, 5}, {20, 30, 40, 50}};
+    for (int k = 0; k < 3; ++k) {
+        for (int b = 0; b < 4; ++b) {
+            for (int i = 0; i < rings[k][b]; ++i) {
+                double a = i * 2.39996,
+                       d = bands[b][0] + (bands[b][1] - bands[b][0]) * (i + 0.5) / rings[k][b];
+                pois.push_back(
+                    At(id++, Offset(kMid, d * std::sin(a), d * std::cos(a)), k ? 6 + k : 10));
+            }
+        }
+    }
     Build(pois);
     struct Row {
         Point c;
@@ -149,14 +174,17 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
         unsigned long g1, g2;
         size_t hits;  // exact when the model alone is not the point
         uint32_t skip;
-    } rows[] = {{far, 5000, 3, kAny, 5, 0},   {far, 5001, 3, kAny, 5, 0}, {far, 0x7fffffff, 3, kAny, 5, 0},
-                {far, -100, 3, kAny, 0, 0},   {kMid, 5000, 2, kAny, 3, 11}, {north, 300, 4, kAny, 1, 0},
-                {kMid, 400, 9, kAny, 2, 0},   {kMid, 0, 9, kAny, 2, 0},   {border, 74, 5, kAny, 0, 0},
-                {kMid, 200, 6, kAny, 0, 0}};
+    } rows[] = {
+        {far, 5000, 3, kAny, 5, 0}, {far, 5001, 3, kAny, 5, 0},   {far, 0x7fffffff, 3, kAny, 5, 0},
+        {far, -100, 3, kAny, 0, 0}, {kMid, 5000, 2, kAny, 3, 11}, {north, 300, 4, kAny, 1, 0},
+        {kMid, 400, 9, kAny, 2, 0}, {kMid, 0, 9, kAny, 2, 0},     {border, 74, 5, kAny, 0, 0},
+        {kMid, 200, 6, kAny, 0, 0}, {kMid, 0, 10, kAny, 200, 0},  {kMid, 0, 7, kAny, 229, 0},
+        {kMid, 0, 8, kAny, 90, 0}};  // the widening search stops at 200 hits
     Probe v;
     for (const Row& r : rows) {
         SCOPED_TRACE(testing::Message() << r.c.lat << "/" << r.c.lon << " class " << r.g1);
-        const std::vector<Hit> want = Expected(pois, r.c, r.radius ? r.radius : 2000, r.g1, r.g2, r.skip);
+        std::vector<Hit> want = Expected(pois, r.c, r.radius ? r.radius : 2000, r.g1, r.g2, r.skip);
+        if (r.radius == 0) want.resize(std::min(want.size(), r.hits));
         EXPECT_EQ(r.g1 == 5 ? want.size() : r.hits, want.size());
         EXPECT_EQ(want, Search(v, r.c, r.radius, r.g1, r.g2));
     }
@@ -170,27 +198,6 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
             ASSERT_GT(want.size(), 10u);
             EXPECT_EQ(want, Search(v, c, radius, 5, g2));
         }
-    }
-}
-
-TEST_F(VicinityTest, WideningStopsAtTwoHundredHits) {
-    const int cases[][5] = {  // POIs within 2, 5, 20 km and beyond; hits
-        {200, 50, 0, 5, 200}, {199, 1, 30, 5, 200}, {199, 0, 30, 5, 229}, {20, 30, 40, 50, 90}};
-    for (const auto& k : cases) {
-        std::vector<VicinityPoi> pois;
-        const double bands[][2] = {{0, 1900}, {2100, 4900}, {15500, 19900}, {20500, 24000}};
-        for (int b = 0; b < 4; ++b) {
-            for (int i = 0; i < k[b]; ++i) {
-                double a = i * 2.39996, d = bands[b][0] + (bands[b][1] - bands[b][0]) * (i + 0.5) / k[b];
-                pois.push_back(At(static_cast<uint32_t>(pois.size() + 1),
-                                  Offset(kMid, d * std::sin(a), d * std::cos(a)), 8));
-            }
-        }
-        Build(pois);
-        Probe v;
-        std::vector<Hit> want = Expected(pois, kMid, 2000, 8);
-        want.resize(std::min(want.size(), static_cast<size_t>(k[4])));
-        EXPECT_EQ(want, Search(v, kMid, 0, 8)) << k[0] << "/" << k[1];
     }
 }
 
@@ -229,7 +236,8 @@ TEST_F(VicinityTest, ListsRecordsWithDistanceAndDirection) {
             }
             const Hit& h = want[k[0] + i];
             EXPECT_EQ(h, (Hit{out[i].dwID, out[i].dwDistance, out[i].dwDirection}));
-            EXPECT_EQ("P" + std::to_string(std::find(written.ids.begin(), written.ids.end(), h.id) - written.ids.begin()),
+            EXPECT_EQ("P" + std::to_string(std::find(written.ids.begin(), written.ids.end(), h.id) -
+                                           written.ids.begin()),
                       testsupport::NameOf(out[i]));
         }
     }
@@ -256,12 +264,14 @@ TEST_F(VicinityTest, GenreCheckMasksInThreeModes) {
            At(9, edge, 20, 5, 5)});
     const unsigned long classes = 1ul << 3 | 1ul << 0 | 1ul << 31 | 1ul << 20;  // 12 too far
     const unsigned long cases[][3] = {
-        {kAny, kAny, classes}, {kAny, 4, classes},  // level 2 plays no part
-        {3, kAny, 1ul << 4 | 1ul << 7},             // 9 lies at 21 km
-        {0, kAny, 0},                               // 40 and 255 do not fit
-        {20, kAny, 0},                              // the centre is too far
-        {3, 7, 1ul << 31},                          // 32 does not fit
-        {3, 4, 1ul << 6},       {5, kAny, 0},  // no such file
+        {kAny, kAny, classes},
+        {kAny, 4, classes},              // level 2 plays no part
+        {3, kAny, 1ul << 4 | 1ul << 7},  // 9 lies at 21 km
+        {0, kAny, 0},                    // 40 and 255 do not fit
+        {20, kAny, 0},                   // the centre is too far
+        {3, 7, 1ul << 31},               // 32 does not fit
+        {3, 4, 1ul << 6},
+        {5, kAny, 0},  // no such file
     };
     for (const auto& k : cases) {
         CVicinityProc v;
@@ -286,8 +296,8 @@ TEST_F(VicinityTest, DamagedFilesAndSwitches) {
         unsigned long hits;
     } cases[] = {
         {{here - 1, here, here + 1, here + 10000}, 0, "", "", true, false, 1, 4},
-        {{here, here + 1}, 7, "", "", true, false, 1, 2},  // partial last record
-        {{}, -9, "", "", true, false, 1, 0},                // short header
+        {{here, here + 1}, 7, "", "", true, false, 1, 2},                   // partial last record
+        {{}, -9, "", "", true, false, 1, 0},                                // short header
         {{here + 30000000, here, here + 1}, 0, "", "", true, false, 1, 0},  // unsorted
         {{INT32_MIN, here + 5000, here, INT32_MAX}, 0, "", "", true, false, 1, 1},
         {{}, 0, empty.path(), dir_.path(), true, true, 1, 1},  // the SD copy
