@@ -89,32 +89,6 @@ protected:
     mapdb::TempDir dir_;
 };
 
-TEST(VicinityMesh, ConvertsPositionsAtMeshEdgesAndCorners) {
-    const int64_t cases[][3] = {
-        {128452320, 503161560, 5339'4174'6136},  // Tokyo station, worked by hand
-        {kSouth, kWest, 5339'0000'0000},
-        {kSouth - 10, kWest, 5239'7999'0000},
-        {kSouth, kWest - 10, 5338'0000'7999},
-        {kSouth - 1, kWest - 1, 5238'7999'7999},
-        {kSouth + kMeshLat - 10, kWest + kMeshLon - 10, 5339'7999'7999},
-        {kSouth + 299, kWest + 449, 5339'0000'0000},
-        {kSouth + 300, kWest + 450, 5339'0001'0001},
-    };
-    CVicinityProc v;
-    for (const auto& c : cases) {
-        const unsigned long lat = static_cast<unsigned long>(c[0]),
-                            lon = static_cast<unsigned long>(c[1]);
-        int mesh = -1, y = -1, x = -1;
-        v.ConvLatLngtoMeche(&mesh, &y, &x, lat, lon);
-        EXPECT_EQ(c[2], mesh * 100000000LL + y * 10000 + x);
-        unsigned long cLat = 0, cLon = 0;  // back to the cell's corner, 1/100 s
-        v.ConvMechetoLatLng(&cLat, &cLon, static_cast<unsigned long>(mesh),
-                            static_cast<unsigned long>(y * 10000 + x));
-        EXPECT_EQ(lat / 10 - lat / 10 % 30, cLat) << c[2];
-        EXPECT_EQ(lon / 10 - lon / 10 % 45, cLon) << c[2];
-    }
-}
-
 TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
     // The square of radius 74 is 80 rows high: from row 7920 it ends exactly on row 0 of the
     // northern mesh, where POI 999999 lies within the radius.
@@ -129,7 +103,7 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
                           neCorner,
                           {kSouth + kMeshLat - 10, kWest + 10},
                           {kSouth, kWest + kMeshLon - 10},
-                          border};
+                          border};  // edges, corners, the north border
     std::vector<VicinityPoi> pois = {At(999999, {kSouth + kMeshLat + 150, border.lon}, 5, 1)};
     for (const Point& c : grid) {
         for (double n = -2600; n <= 2600; n += 130) {
