@@ -76,24 +76,6 @@ TEST_F(ArrivalTest, CollectsPointsInNumberOrderAndFindsEveryIndexPosition) {
         EXPECT_EQ(w[2], arrival.GetList(out, w[0], w[1])) << w[0] << "+" << w[1];
 }
 
-TEST_F(ArrivalTest, GetDataKeepsNamesAndPositionsAndStopsAtFirstMiss) {
-    CSearchArrivalProc arrival;
-    CLocationData records[4];
-    const uint32_t ids[] = {0xB1000002, 0xB1000001, 0xB1000003, 0xB1000001};  // third: none
-    for (int i = 0; i < 4; ++i) records[i].dwID = ids[i];
-    strcpy(records[0].szName, "own name");
-    records[0].lLon = 1;
-    records[0].lLat = 2;
-    EXPECT_EQ(1u, arrival.GetData(records, 4));
-    EXPECT_EQ("own name", testsupport::NameOf(records[0]));
-    EXPECT_EQ(1u, records[0].lLon) << "a positioned record keeps its position";
-    EXPECT_EQ(1u, records[0].dwArrAttr);
-    EXPECT_EQ(mapdb::Utf8ToSjis("北口"), testsupport::NameOf(records[1]));
-    EXPECT_EQ(kTokyoLon + 40, records[1].lLon);
-    const uint32_t arrLon[] = {kTokyoLon + 10, kTokyoLon + 40, 0, 0};
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(arrLon[i], records[i].lArrLon) << i;
-}
-
 TEST_F(ArrivalTest, NumberingGapEndsTheList) {
     // Points 1, 2 and 4 of one POI: the search stops at the gap.
     mapdb::ByteWriter dat, idx;

@@ -120,26 +120,6 @@ TEST_F(BaseDataTest, LooksUpRecordsAcrossContainersAndFiles) {
     EXPECT_STREQ("\xEF\xBD\xB1", reinterpret_cast<char*>(initial));
 }
 
-TEST_F(BaseDataTest, ServesTheSameContainerFromMemory) {
-    mapdb::TempDir copy;
-    mapdb::MakeDirs(copy / "BASE");
-    const mapdb::Bytes dat = mapdb::ReadFile(*tmp_ / "BASE/B177.DAT");
-    for (const char* f : {"BASE/B177.IDX", "BASE/B177.CNT", "BASE/B177.DAT"})
-        mapdb::WriteFile(copy / f, mapdb::ReadFile(*tmp_ / f));
-    settings_.Use(copy.path());
-    CSearchBaseDataProc base;
-    CLocationData out;
-    ASSERT_TRUE(base.SearchProc(&out, Id(10)));
-    remove((copy / "BASE/B177.DAT").c_str());
-    EXPECT_TRUE(base.SearchProc(&out, Id(499))) << "same container: no read";
-    EXPECT_FALSE(base.SearchProc(&out, Id(500))) << "another container needs the file";
-    mapdb::WriteFile(copy / "BASE/B177.DAT", dat);
-    // Deliberate: the failed container stays remembered, so it is not retried at once.
-    EXPECT_FALSE(base.SearchProc(&out, Id(501)));
-    EXPECT_TRUE(base.SearchProc(&out, Id(0)));
-    EXPECT_TRUE(base.SearchProc(&out, Id(501)));
-}
-
 TEST_F(BaseDataTest, RangesFiltersAndBookmarkedPagesMatchOneListing) {
     CSearchBaseDataProc base;
     const std::vector<unsigned long> tail = Expected(1000, 203, kAll);

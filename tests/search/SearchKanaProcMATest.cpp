@@ -172,29 +172,6 @@ TEST_F(KanaMATest, DistanceSortCutsInFileOrderAndBreaksTiesById) {
     }
 }
 
-TEST_F(KanaMATest, ListsShareOneCount) {
-    const std::vector<unsigned long> all = Ids(Run("\xB1"));
-    CSearchKanaProcMA search;
-    Search(&search, "\xB1");
-    const unsigned long sortable = search.GetRefinedSortTotal(kAny, kAny, kAny);
-    const unsigned long fewer = search.GetRefinedTotal(1, kAny, kAny, kAny);
-    ASSERT_LT(fewer, sortable);
-    // The sortable list is read with the id list's count.
-    std::vector<CLocationData> out(sortable);
-    EXPECT_TRUE(search.GetSortList(out.data(), 0, sortable));
-    EXPECT_EQ(std::vector<unsigned long>(all.begin(), all.begin() + fewer), Listed(out));
-    // The cut applies to the shared count, which the id list then shows.
-    const unsigned long small = search.GetRefinedSortTotal(1, kAny, kAny);
-    const unsigned long more = search.GetRefinedTotal(kAny, kAny, kAny, kAny);
-    search.DistanceSortList(small + 1, 0, 0);
-    out.assign(more, CLocationData());
-    EXPECT_TRUE(search.GetList(out.data(), 0, more));
-    EXPECT_EQ(std::vector<unsigned long>(all.begin(), all.begin() + small + 1), Listed(out));
-    std::vector<unsigned long> window(4, 0x55);  // id windows stop at their count
-    EXPECT_TRUE(search.LoadOffset(window.data(), 1, 2));
-    EXPECT_EQ((std::vector<unsigned long>{all[1], all[2], 0x55, 0x55}), window);
-}
-
 TEST_F(KanaMATest, GenreMasksOfTheNextLevel) {
     CSearchKanaProcMA search;
     Search(&search, "\xB1");

@@ -175,48 +175,6 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
     }
 }
 
-TEST_F(VicinityTest, ListsRecordsWithDistanceAndDirection) {
-    const Point c{testsupport::kTokyoLat, testsupport::kTokyoLon};
-    std::vector<mapdb::PoiSource> base;
-    const char* readings[] = {"アカ", "イキ", "ウク", "エケ", "オコ"};
-    for (int i = 0; i < 5; ++i) {
-        base.push_back(testsupport::MakePoi("P" + std::to_string(i), readings[i], 2, 1, 0));
-        const Point at = Offset(c, 100.0 * (i + 1), -60.0 * i);
-        base.back().latMs = at.lat / 10 * 10;
-        base.back().lonMs = at.lon / 10 * 10;
-    }
-    mapdb::BaseResult written = mapdb::WriteBase(dir_.path(), base);
-    std::vector<VicinityPoi> pois = mapdb::VicinityFromBase(base, written.ids);
-    pois.push_back(At(0xB1000000u | 77, Offset(c, 50, 0), 2, 1));  // no base record
-    Build(pois);
-    Probe v;
-    const std::vector<Hit> want = Search(v, c, 100, 2);
-    ASSERT_EQ(Expected(pois, c, 100, 2), want);
-    ASSERT_EQ(6u, want.size());
-    // start, count, records filled, records cleared
-    const unsigned long cases[][4] = {{1, 5, 5, 5}, {4, 9, 2, 2}, {60, 3, 0, 0}, {0, 3, 0, 3}};
-    for (const auto& k : cases) {
-        SCOPED_TRACE(std::to_string(k[0]) + "+" + std::to_string(k[1]));
-        std::vector<CLocationData> out(10);
-        for (auto& r : out) r.dwTelAux = 0xAAAA;
-        EXPECT_EQ(1u, v.GetList(out.data(), k[0], k[1]));
-        std::vector<unsigned long> ids(10, 0xDEAD);
-        EXPECT_EQ(1u, v.GetID(ids.data(), k[0], k[1]));
-        for (size_t i = 0; i < out.size(); ++i) {
-            EXPECT_EQ(i < k[1] && k[0] + i < want.size() ? want[k[0] + i].id : 0xDEADu, ids[i]);
-            if (i >= k[2]) {
-                EXPECT_EQ(i < k[3] ? 0u : 0xAAAAu, out[i].dwTelAux) << i;
-                continue;
-            }
-            const Hit& h = want[k[0] + i];
-            EXPECT_EQ(h, (Hit{out[i].dwID, out[i].dwDistance, out[i].dwDirection}));
-            EXPECT_EQ("P" + std::to_string(std::find(written.ids.begin(), written.ids.end(), h.id) -
-                                           written.ids.begin()),
-                      testsupport::NameOf(out[i]));
-        }
-    }
-}
-
 TEST_F(VicinityTest, GenreCheckMasksInThreeModes) {
     const Point c = kMid;
     // Classes are measured to the cell's south-west corner: a point due north-east whose
