@@ -54,19 +54,15 @@ TEST_F(ArrivalTest, CollectsPointsInNumberOrderAndFindsEveryIndexPosition) {
         EXPECT_EQ(out[i].lArrLon, out[i].lLon) << "a fresh record takes the point as its own";
         EXPECT_EQ(i + 1, out[i].dwArrAttr);
     }
-    // Every position of a 45-entry index, the gaps between and the ends.
-    struct Case {
-        unsigned long id, count;
-    };
-    std::vector<Case> cases = {{0xDD000000, 1}, {0xFFFFFFFF, 0}, {0, 0}, {0xB1000001, 1}};
-    for (uint32_t i = 0; i < 40; ++i) {
-        cases.push_back({0xC0000000 + i * 3, 1});
-        cases.push_back({0xC0000000 + i * 3 + 1, 0});
+    // Every position of a 45-entry index, the gaps between and the ends: no point is still a
+    // success.
+    for (unsigned long id : {0xDD000000ul, 0xFFFFFFFFul, 0ul, 0xB1000001ul}) {
+        ASSERT_EQ(1u, arrival.SearchProc(&count, id));
+        EXPECT_EQ(id >> 24 == 0xDD || id >> 24 == 0xB1 ? 1u : 0u, count) << id;
     }
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.id);
-        ASSERT_EQ(1u, arrival.SearchProc(&count, c.id)) << "no point is still a success";
-        EXPECT_EQ(c.count, count);
+    for (unsigned long id = 0xC0000000; id < 0xC0000000 + 40 * 3; ++id) {
+        ASSERT_EQ(1u, arrival.SearchProc(&count, id));
+        EXPECT_EQ(id % 3 == 0 ? 1u : 0u, count) << id;
     }
     // Windows of the list of three.
     ASSERT_EQ(1u, arrival.SearchProc(&count, 0xB1000002));
