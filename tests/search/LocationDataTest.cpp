@@ -103,24 +103,6 @@ TEST(ArrayData, BoundsAndMoves) {
     EXPECT_TRUE(a.DeleteAt(3));
     EXPECT_FALSE(a.DeleteAt(3));
     EXPECT_EQ((std::vector<uint32_t>{4, 2, 3}), ids());
-    // Growing over a block boundary keeps earlier elements in place.
-    CLocationData* first = &a.m_pBlock[0][0];
-    for (uint32_t i = 0; i < 300; ++i) {
-        r = Numbered(1000 + i);
-        ASSERT_TRUE(a.Add(&r));
-    }
-    EXPECT_EQ(first, &a.m_pBlock[0][0]);
-    EXPECT_EQ(1299u, a.GetAt(302ul)->dwID);
-    EXPECT_EQ(nullptr, a.GetAt(303ul));
-    // Fresh blocks of the other element types are prepared as their type needs.
-    CArrayData<CAddressData> addresses;
-    CAddressData item;
-    ASSERT_TRUE(addresses.Add(&item));
-    EXPECT_EQ(0x3fffffffu, addresses.m_pBlock[0][1].dwChildStart);
-    CArrayData<CHomePhoneOffsetData> hits;
-    CHomePhoneOffsetData hit{5, 6};
-    ASSERT_TRUE(hits.Add(&hit));
-    EXPECT_EQ(0u, hits.m_pBlock[0][255].dwEntry);
 }
 
 }  // namespace

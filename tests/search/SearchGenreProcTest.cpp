@@ -1,5 +1,5 @@
-// Genre search: every run against brute force, the wildcard rules of the levels, the repeated
-// count on a miss, windows of the run, the index probe sequence on sorted and unsorted
+// Genre search: every run against brute force, the wildcard rules of the levels and the count
+// repeated on a miss, windows of the run, the index probe sequence on sorted and unsorted
 // indexes, damaged and missing files.
 #include <gtest/gtest.h>
 
@@ -21,15 +21,14 @@
 namespace {
 
 using Key = std::array<uint32_t, 5>;
+using testsupport::Listed;
 constexpr unsigned long kNone = 0x7fffffff;
-constexpr unsigned long kPois = 60;
 
 // The entries for POI i: its exact key, "all of level 5" and "all of levels 2 and 3".
 std::vector<Key> KeysOf(unsigned long i) {
-    const Key exact = {{static_cast<uint32_t>(1 + i % 2), static_cast<uint32_t>(i % 3),
-                        static_cast<uint32_t>(i % 4), static_cast<uint32_t>(i % 5),
-                        i % 7 == 0 ? 200u : static_cast<uint32_t>(i % 2)}};
-    return {exact, {{exact[0], exact[1], exact[2], exact[3], 255}}, {{exact[0], 255, 255, 0, 255}}};
+    const Key k = {{uint32_t(1 + i % 2), uint32_t(i % 3), uint32_t(i % 4), uint32_t(i % 5),
+                    i % 7 ? uint32_t(i % 2) : 200}};
+    return {k, {{k[0], k[1], k[2], k[3], 255}}, {{k[0], 255, 255, 0, 255}}};
 }
 
 // A "GENRE" folder holding the given packed files.
@@ -45,9 +44,7 @@ mapdb::Bytes IndexImage(const std::vector<Key>& keys, uint32_t count = 1) {
     w.Zeros(16);
     for (size_t i = 0; i < keys.size(); ++i) {
         w.U24(keys[i][0] << 18 | keys[i][1] << 12 | keys[i][2] << 6 | keys[i][3]);
-        w.U8(keys[i][4]);
-        w.U32(static_cast<uint32_t>(i));
-        w.U32(count);
+        w.U8(keys[i][4]), w.U32(static_cast<uint32_t>(i)), w.U32(count);
     }
     return w.Take();
 }
@@ -56,14 +53,13 @@ mapdb::Bytes IndexImage(const std::vector<Key>& keys, uint32_t count = 1) {
 // to the bound; absent when the next probe repeats.
 long ModelSearch(const std::vector<Key>& keys, const Key& key) {
     unsigned long lo = 0, hi = keys.size(), mid = keys.size() / 2;
-    while (!keys.empty()) {
-        if (key == keys[mid]) return static_cast<long>(mid);
+    while (!keys.empty() && key != keys[mid]) {
         const unsigned long next = key > keys[mid] ? (mid + hi) / 2 : (mid + lo) / 2;
-        if (next == mid) break;
+        if (next == mid) return -1;
         (key > keys[mid] ? lo : hi) = mid;
         mid = next;
     }
-    return -1;
+    return keys.empty() ? -1 : static_cast<long>(mid);
 }
 
 class GenreTest : public testsupport::SettingsTest {
@@ -72,29 +68,26 @@ protected:
         tmp_ = new mapdb::TempDir;
         std::vector<mapdb::PoiSource> pois;
         const char* digits[] = {"ア", "イ", "ウ", "エ", "オ"};
-        for (unsigned long i = 0; i < kPois; ++i) {
+        for (unsigned long i = 0; i < 60; ++i) {
             // Readings that do not sort in input order, so POI ids do not follow it either.
             std::string r = i % 2 ? "カ" : "サ";
-            for (unsigned long d = kPois - i; d > 0; d /= 5) r += digits[d % 5];
+            for (unsigned long d = 60 - i; d > 0; d /= 5) r += digits[d % 5];
             pois.push_back(testsupport::MakePoi("G" + std::to_string(i), r));
         }
         ids_ = new std::vector<uint32_t>(mapdb::WriteBase(tmp_->path(), pois).ids);
         std::vector<mapdb::GenrePoi> entries;
-        for (unsigned long i = 0; i < kPois; ++i) {
-            for (const Key& k : KeysOf(i)) entries.push_back({(*ids_)[i], k});
+        for (unsigned long i = 0; i < 60; ++i) {
+            for (const Key& k : KeysOf(i)) entries.push_back({(*ids_)[i], k}), all_.insert(k);
         }
         mapdb::WriteGenre(tmp_->path(), entries);
     }
-    static void TearDownTestSuite() {
-        delete tmp_;
-        delete ids_;
-    }
+    static void TearDownTestSuite() { delete tmp_, delete ids_; }
     void SetUp() override { settings_.Use(tmp_->path()); }
 
     // Brute force: the ids listed under `key`, ascending.
     static std::vector<unsigned long> Run(const Key& key) {
         std::vector<unsigned long> out;
-        for (unsigned long i = 0; i < kPois; ++i) {
+        for (unsigned long i = 0; i < 60; ++i) {
             for (const Key& k : KeysOf(i)) {
                 if (k == key) out.push_back((*ids_)[i]);
             }
@@ -105,18 +98,14 @@ protected:
     static unsigned long Search(CSearchGenreProc& s, const Key& k, unsigned long* count) {
         return s.SearchProc(count, k[0], k[1], k[2], k[3], k[4]);
     }
-
     static inline mapdb::TempDir* tmp_ = nullptr;
     static inline std::vector<uint32_t>* ids_ = nullptr;
+    static inline std::set<Key> all_;
 };
 
-TEST_F(GenreTest, FindsEveryRunWithItsCountAndRecords) {
-    std::set<Key> keys;
-    for (unsigned long i = 0; i < kPois; ++i) {
-        for (const Key& k : KeysOf(i)) keys.insert(k);
-    }
+TEST_F(GenreTest, FindsEveryRunAndTheWildcardRules) {
     CSearchGenreProc search;
-    for (const Key& key : keys) {
+    for (const Key& key : all_) {
         SCOPED_TRACE(testing::Message()
                      << key[0] << "," << key[1] << "," << key[2] << "," << key[3] << "," << key[4]);
         const std::vector<unsigned long> run = Run(key);
@@ -125,76 +114,33 @@ TEST_F(GenreTest, FindsEveryRunWithItsCountAndRecords) {
         ASSERT_EQ(run.size(), count);
         std::vector<CLocationData> out(run.size() + 2);
         ASSERT_EQ(1u, search.GetList(out.data(), 0, out.size()));
-        EXPECT_EQ(run, testsupport::Listed(out));
-        for (size_t i = 0; i < out.size(); ++i)
-            EXPECT_EQ(i < run.size() ? key[4] : 0u, out[i].dwRsv);
+        EXPECT_EQ(run, Listed(out));
+        EXPECT_EQ(key[4], out[run.size() - 1].dwRsv);
+        EXPECT_EQ(0u, out[run.size()].dwRsv);
     }
-}
-
-TEST_F(GenreTest, WildcardRulesOfTheLevels) {
-    struct Case {
-        const char* what;
+    // In turn on one search: a miss repeats the count of the last hit (0 before any).
+    const Key hit = {{1, 255, 255, 0, 255}};
+    const struct {
         Key key;
-        unsigned long found;
+        unsigned long found, count;
     } cases[] = {
-        {"stored 63 in levels 2-3 matches 255", {{1, 255, 255, 0, 255}}, 1},
-        {"stored 63 in levels 2-3 does not match 63", {{1, 63, 63, 0, 255}}, 0},
-        {"level 4 of 255 forces level 5 to 255 and matches nothing", {{1, 255, 255, 255, 7}}, 0},
-        {"level 4 of 255 even with an exact level 5", {{1, 0, 0, 255, 255}}, 0},
-        {"level 5 of 255 is a stored value", {{1, 0, 0, 0, 255}}, 1},
-        {"a level-5 value that is not stored", {{1, 0, 0, 0, 99}}, 0},
-        {"level 1 selects a file that does not exist", {{9, 0, 0, 0, 0}}, 0},
+        {{{9, 0, 0, 0, 0}}, 0, 0},                      // no such file
+        {{{1, 0, 0, 0, 99}}, 0, 0},                     // a level-5 value that is not stored
+        {hit, 1, Run(hit).size()},                      // stored 63 in levels 2-3 matches 255
+        {{{1, 63, 63, 0, 255}}, 0, Run(hit).size()},    // ... but not 63
+        {{{1, 255, 255, 255, 7}}, 0, Run(hit).size()},  // level 4 of 255 matches nothing
+        {{{1, 0, 0, 255, 255}}, 0, Run(hit).size()},
+        {{{1, 0, 0, 0, 255}}, 1, Run({{1, 0, 0, 0, 255}}).size()},  // level 5 of 255 is stored
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        CSearchGenreProc search;
+    CSearchGenreProc rules;
+    for (const auto& c : cases) {
         unsigned long count = 0;
-        EXPECT_EQ(c.found, Search(search, c.key, &count));
-        EXPECT_EQ(c.found ? Run(c.key).size() : 0u, count);
+        EXPECT_EQ(c.found, Search(rules, c.key, &count)) << &c - cases;
+        EXPECT_EQ(c.count, count) << &c - cases;
     }
-}
-
-TEST_F(GenreTest, CountRepeatsPreviousOnMiss) {
-    CSearchGenreProc search;
-    unsigned long count = 999;
-    const Key miss = {{1, 0, 0, 0, 99}}, hit = {{1, 255, 255, 0, 255}};
-    EXPECT_EQ(0u, Search(search, miss, &count));
-    EXPECT_EQ(0u, count) << "nothing found yet";
-    ASSERT_EQ(1u, Search(search, hit, &count));
-    ASSERT_EQ(Run(hit).size(), count);
-    count = 0;
-    EXPECT_EQ(0u, Search(search, miss, &count));
-    EXPECT_EQ(Run(hit).size(), count);
-    // The miss replaced the keys but not the run: the list is still the previous run.
-    CLocationData out;
-    ASSERT_EQ(1u, search.GetList(&out, 0, 1));
-    EXPECT_EQ(Run(hit)[0], out.dwID);
-    EXPECT_EQ(99u, out.dwRsv);
-}
-
-TEST_F(GenreTest, WindowsOfTheRun) {
-    const Key key = {{2, 255, 255, 0, 255}};
-    const std::vector<unsigned long> run = Run(key);
-    const unsigned long n = run.size();
-    ASSERT_GT(n, 10u);
-    CSearchGenreProc search;
-    unsigned long count = 0;
-    ASSERT_EQ(1u, Search(search, key, &count));
-    const unsigned long windows[][2] = {{0, 0},     {0, 1}, {3, 5},    {n - 2, 5},
-                                        {n - 1, 1}, {n, 3}, {n + 7, 2}};
-    for (const auto& w : windows) {
-        SCOPED_TRACE(testing::Message() << "start " << w[0] << " count " << w[1]);
-        std::vector<CLocationData> out(w[1] + 1);
-        out[w[1]].dwID = 77;  // beyond the window: untouched
-        std::vector<unsigned long> ids(w[1] + 1, 55);
-        EXPECT_EQ(1u, search.GetList(out.data(), w[0], w[1]));
-        EXPECT_EQ(1u, search.GetID(ids.data(), w[0], w[1]));
-        for (unsigned long i = 0; i <= w[1]; ++i) {
-            const bool inRun = w[0] + i < n, past = i == w[1];
-            EXPECT_EQ(past ? 77u : inRun ? run[w[0] + i] : 0u, out[i].dwID) << i;
-            EXPECT_EQ(past ? 55u : inRun ? run[w[0] + i] : kNone, ids[i]) << i;
-        }
-    }
+    CLocationData out;  // the misses replaced the keys but not the run
+    ASSERT_EQ(1u, rules.GetList(&out, 0, 1));
+    EXPECT_EQ(Run({{1, 0, 0, 0, 255}})[0], out.dwID);
 }
 
 TEST_F(GenreTest, FollowsTheProbeSequenceOnSortedAndUnsortedIndexes) {
@@ -224,39 +170,32 @@ TEST_F(GenreTest, FollowsTheProbeSequenceOnSortedAndUnsortedIndexes) {
 TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
     const unsigned long id0 = (*ids_)[0], id1 = (*ids_)[1], id2 = (*ids_)[2];
     mapdb::ByteWriter ofs, badIds;
-    ofs.Zeros(16);
+    ofs.Zeros(16), badIds.Zeros(16);
     for (unsigned long id : {id0, id1, id2}) ofs.U32(static_cast<uint32_t>(id));
-    const mapdb::Bytes ofs3 = ofs.Take(), none;
-    badIds.Zeros(16);
-    badIds.U32(0x01000005);  // file number 1: not a base file
-    badIds.U32(static_cast<uint32_t>(id0));
+    badIds.U32(0x01000005), badIds.U32(static_cast<uint32_t>(id0));  // file 1: not a base file
+    const mapdb::Bytes ofs3 = ofs.Take(), run3 = IndexImage({{{1, 0, 0, 0, 10}}}, 3);
     const Key key = {{1, 0, 0, 0, 10}};
-    mapdb::Bytes cutEntry = IndexImage({key});
-    cutEntry.resize(16 + 11);
-    const mapdb::Bytes run2 = IndexImage({key}, 2), run3 = IndexImage({key}, 3);
-    const mapdb::Bytes run1000 = IndexImage({key}, 1000), cutOfs(ofs3.begin(), ofs3.begin() + 22);
-    // Index, offset file, base data reachable; search and list results; GetID of 3 from
-    // position 0 into ids pre-filled with 55.
-    struct Case {
-        const char* what;
+    // Index, offset file (empty: none), base data reachable; search and list results; GetID
+    // of 3 from position 0 into ids pre-filled with 55.
+    const struct {
         mapdb::Bytes idx, ofs;
         bool baseData;
         unsigned long search, list;
         std::vector<unsigned long> ids;
     } cases[] = {
-        {"intact", run3, ofs3, true, 1, 1, {id0, id1, id2}},
-        {"no base data", run3, ofs3, false, 1, 0, {id0, id1, id2}},
-        {"index of the header only", mapdb::Bytes(16), ofs3, true, 0, 0, {}},
-        {"index entry cut short", cutEntry, ofs3, true, 0, 0, {}},
-        {"offset file of 19 bytes", run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
-        {"offset file ends in the second id", run3, cutOfs, true, 1, 1, {id0, 55, 55}},
-        {"run longer than the offset file", run1000, ofs3, true, 1, 1, {id0, id1, id2}},
-        {"id outside the base data", run2, badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
-        {"no offset file", run2, none, true, 1, 0, {55, 55, 55}},
+        {run3, ofs3, true, 1, 1, {id0, id1, id2}},
+        {run3, ofs3, false, 1, 0, {id0, id1, id2}},  // no base data
+        {mapdb::Bytes(16), ofs3, true, 0, 0, {}},    // index of the header only
+        {{run3.begin(), run3.begin() + 27}, ofs3, true, 0, 0, {}},
+        {run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
+        {run3, {ofs3.begin(), ofs3.begin() + 22}, true, 1, 1, {id0, 55, 55}},
+        {IndexImage({key}, 1000), ofs3, true, 1, 1, {id0, id1, id2}},  // run past the file
+        {IndexImage({key}, 2), badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
+        {IndexImage({key}, 2), {}, true, 1, 0, {55, 55, 55}},
     };
     mapdb::TempDir empty;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(&c - cases);
         mapdb::TempDir dir;
         std::map<std::string, mapdb::Bytes> files = {{"G001.idx", c.idx}};
         if (!c.ofs.empty()) files["G001.ofs"] = c.ofs;
@@ -273,15 +212,11 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
         search.GetID(ids.data(), 0, 3);
         EXPECT_EQ(c.ids, ids);
     }
-    // The whole folder only through the SD copy, and only with the database enabled.
-    for (int sw : {3, 1, 2}) {  // bit 0: database enabled, bit 1: SD enabled
-        const bool db = sw == 3;
+    for (int sw : {3, 1, 2}) {  // the folder only in the SD copy; bit 0: database, bit 1: SD
         settings_.Use(empty.path(), tmp_->path(), sw & 1, sw & 2);
         CSearchGenreProc search;
         unsigned long count = 0;
-        EXPECT_EQ(db ? 1u : 0u, Search(search, {{1, 255, 255, 0, 255}}, &count));
-        CLocationData out[2];
-        EXPECT_EQ(db ? 1u : 0u, search.GetList(out, 0, 2));
+        EXPECT_EQ(sw == 3 ? 1u : 0u, Search(search, {{1, 255, 255, 0, 255}}, &count)) << sw;
     }
 }
 

@@ -221,49 +221,4 @@ TEST_F(KanaTest, ResultCodesOfHandMadeAndDamagedTrees) {
     }
 }
 
-TEST_F(KanaTest, MissingDataAndSwitches) {
-    mapdb::TempDir empty, noDat, noIdx, past;
-    // The kana folder with base data that lacks its data file or its index.
-    mapdb::WriteKana(noDat.path(), *pois_, mapdb::WriteBase(noDat.path(), *pois_));
-    remove((noDat / "BASE/B182.DAT").c_str());
-    mapdb::WriteKana(noIdx.path(), *pois_, mapdb::WriteBase(noIdx.path(), *pois_));
-    remove((noIdx / "BASE/B182.IDX").c_str());
-    // A run that reaches past the base data.
-    mapdb::PackWriter pack;
-    pack.Add("K182.idx", Tree({{0xB6, 0x7fffffff, 0, (base_->ids[0] & 0xFF000000) + 2, 30000}}));
-    pack.Write(past.path(), "KANAMA");
-    struct Case {
-        const char* what;
-        std::string db, sd;
-        bool enableDB;
-        const char* reading;
-        unsigned long result, count, total;
-        bool listed;
-    } cases[] = {
-        {"the suite database", tmp_->path(), "", true, "\xA6", 2, 1, 1, true},
-        {"a prefix only", tmp_->path(), "", true, "\xDD", 3, 1, 1, true},
-        {"no tree for the first character", tmp_->path(), "", true, "\xB5", 0, 5, 0, false},
-        {"database switched off", empty.path(), tmp_->path(), false, "\xA6", 0, 5, 0, false},
-        {"SD copy", empty.path(), tmp_->path(), true, "\xA6", 2, 1, 1, true},
-        {"base data without its data file", noDat.path(), "", true, "\xB6", 2, 10, 10, false},
-        {"base data without its index", noIdx.path(), "", true, "\xB6", 2, 10, 0, false},
-        {"run past the base data", past.path(), tmp_->path(), true, "\xB6", 3, 30000, 0, false},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        settings_.Use(c.db, c.sd, c.enableDB, true);
-        CSearchKanaProc search;
-        unsigned long count = 5;
-        EXPECT_EQ(c.result, search.SearchProc(&count, Z(c.reading).data()));
-        EXPECT_EQ(c.count, count);
-        if (c.result == 0) {
-            EXPECT_TRUE(KeysSet(search).empty());
-            continue;
-        }
-        EXPECT_EQ(c.total, search.GetRefinedTotal(kAny, kAny, kAny, kAny));
-        CLocationData out[2];
-        EXPECT_EQ(c.listed, search.GetList(out, 0, 2, kAny, kAny, kAny, kAny));
-    }
-}
-
 }  // namespace
