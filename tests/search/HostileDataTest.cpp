@@ -40,8 +40,10 @@ void* operator new[](size_t n, const std::nothrow_t&) noexcept {
     Note(n);
     return malloc(n != 0 ? n : 1);
 }
-// The other array deletes of the standard library forward to this one.
 void operator delete[](void* p) noexcept {
+    free(p);
+}
+void operator delete[](void* p, size_t) noexcept {
     free(p);
 }
 
