@@ -1,29 +1,18 @@
 // Vicinity search against a brute-force model: mesh conversion, squares across mesh borders
 // and corners, radius cap and widening, distance order, result windows, genre check masks and
 // damaged mesh files.
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cmath>
-#include <string>
-#include <vector>
 
-#include "PackWriter.h"
-#include "TempDir.h"
-#include "VicinityWriter.h"
 #include "support/Poi.h"
-#include "support/Settings.h"
 
 namespace {
 
 using mapdb::VicinityPoi;
-using testsupport::kAny;
+using namespace testsupport;
 // Mesh 5339: south-west corner 35 deg 20' N, 139 deg E; 40' by 1 degree.
 constexpr uint32_t kSouth = 127200000, kWest = 500400000, kMeshLat = 2400000, kMeshLon = 3600000;
 
-struct Point {
-    uint32_t lat, lon;
-};
+struct Point { uint32_t lat, lon; };
 constexpr Point kMid{kSouth + kMeshLat / 2, kWest + kMeshLon / 2};
 Point Offset(Point p, double northM, double eastM) {  // metres near 35.5 deg N
     return {static_cast<uint32_t>(p.lat + northM * 32.39),
@@ -33,10 +22,8 @@ VicinityPoi At(uint32_t id, Point p, uint32_t g1, uint32_t g2 = 0, uint32_t g3 =
     return {id, p.lon, p.lat, g1, g2, g3};
 }
 
-struct Hit {
-    uint32_t id, dist, dir;
-    bool operator==(const Hit& o) const { return id == o.id && dist == o.dist && dir == o.dir; }
-};
+struct Hit { uint32_t id, dist, dir;
+    bool operator==(const Hit& o) const { return id == o.id && dist == o.dist && dir == o.dir; } };
 
 // Brute force: every POI of the class whose cell centre (cells of 0.3" x 0.45") lies within
 // the radius (capped at 50 km), by (distance, id).
@@ -59,23 +46,19 @@ std::vector<Hit> Expected(const std::vector<VicinityPoi>& pois, Point c, int rad
     return out;
 }
 
-class Probe : public CVicinityProc {
-public:
+struct Probe : CVicinityProc {
     std::vector<Hit> Hits() {
         std::vector<Hit> out;
-        for (unsigned long i = 0; i < m_Array.GetCount(); ++i) {
-            const CLocationData* h = m_Array.GetAt(i);
-            out.push_back({h->dwRefID, h->dwDistance, h->dwDirection});
-        }
+        for (unsigned long i = 0; i < m_Array.GetCount(); ++i)
+            out.push_back({m_Array.GetAt(i)->dwRefID, m_Array.GetAt(i)->dwDistance,
+                           m_Array.GetAt(i)->dwDirection});
         return out;
     }
 };
 
-class VicinityTest : public testsupport::SettingsTest {
-protected:
+struct VicinityTest : SettingsTest {
     void Build(const std::vector<VicinityPoi>& pois) {
-        mapdb::WriteVicinity(dir_.path(), pois);
-        settings_.Use(dir_.path());
+        mapdb::WriteVicinity(dir_.path(), pois), settings_.Use(dir_.path());
     }
     // The radius search (radius 0: the widening one); checks the status and the count.
     static std::vector<Hit> Search(Probe& v, Point c, int radius, unsigned long g1,
@@ -142,13 +125,8 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
         }
     }
     Build(pois);
-    struct Row {
-        Point c;
-        int radius;
-        unsigned long g1, g2;
-        size_t hits;  // exact when the model alone is not the point
-        uint32_t skip;
-    } rows[] = {
+    // hits: exact when the model alone is not the point
+    struct Row { Point c; int radius; unsigned long g1, g2; size_t hits; uint32_t skip; } rows[] = {
         {far, 5000, 3, kAny, 5, 0}, {far, 5001, 3, kAny, 5, 0},   {far, 0x7fffffff, 3, kAny, 5, 0},
         {far, -100, 3, kAny, 0, 0}, {kMid, 5000, 2, kAny, 3, 11}, {north, 300, 4, kAny, 1, 0},
         {kMid, 400, 9, kAny, 2, 0}, {kMid, 0, 9, kAny, 2, 0},     {border, 74, 5, kAny, 0, 0},
@@ -171,6 +149,20 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
             const std::vector<Hit> want = Expected(pois, c, radius, 5, g2);
             ASSERT_GT(want.size(), 10u);
             EXPECT_EQ(want, Search(v, c, radius, 5, g2));
+            // Windows of the hits: clamped at the end, slots past it left alone.
+            const unsigned long n = want.size(), windows[][2] = {{0, 0}, {2, 3}, {n - 3, 5},
+                                                                {n - 1, 1}, {n, 1}, {n + 1, 2}};
+            for (const auto& w : windows) {
+                std::vector<unsigned long> ids(4, 7), expect(4, 7);
+                for (unsigned long k = w[0]; k < std::min(n, w[0] + w[1]); ++k)
+                    expect[k - w[0]] = want[k].id;
+                EXPECT_EQ(1u, v.GetID(ids.data(), w[0], w[1]));
+                EXPECT_EQ(expect, ids) << w[0] << "+" << w[1];
+                CLocationData out[4] = {};
+                out[0].dwDistance = 7;
+                EXPECT_EQ(1u, v.GetList(out, w[0], w[1]));
+                EXPECT_EQ(w[0] < n && w[1] ? want[w[0]].dist : 7, out[0].dwDistance) << w[0];
+            }
         }
     }
 }
@@ -219,14 +211,10 @@ TEST_F(VicinityTest, DamagedFilesAndSwitches) {
     const int32_t here = y * 10000 + x;
     Build({At(1, kMid, 2)});
     mapdb::TempDir empty;
-    struct Case {
-        std::vector<int32_t> keys;  // written as the class-2 file; none: the folder as given
-        int extraBytes;             // a partial record at the end (negative: cut the header)
-        std::string db, sd;
-        bool enableDB, enableSD;
-        int status;
-        unsigned long hits;
-    } cases[] = {
+    // keys: written as the class-2 file (none: the folder as given); extraBytes: a partial record
+    // at the end (negative: cut the header)
+    struct Case { std::vector<int32_t> keys; int extraBytes; std::string db, sd; bool enableDB,
+        enableSD; int status; unsigned long hits; } cases[] = {
         {{here - 1, here, here + 1, here + 10000}, 0, "", "", true, false, 1, 4},
         {{here, here + 1}, 7, "", "", true, false, 1, 2},                   // partial last record
         {{}, -9, "", "", true, false, 1, 0},                                // short header
@@ -245,9 +233,7 @@ TEST_F(VicinityTest, DamagedFilesAndSwitches) {
             for (int32_t key : k.keys) b.I32(key), b.U16(0), b.U32(static_cast<uint32_t>(b.size()));
             mapdb::Bytes bytes = b.Take();
             bytes.resize(static_cast<size_t>(static_cast<long>(bytes.size()) + k.extraBytes), 0x11);
-            mapdb::PackWriter w;
-            w.Add("V02" + std::to_string(mesh) + ".dat", bytes);
-            w.Write(tmp.path(), "VICINITY");
+            WritePack(tmp.path(), "VICINITY", {{"V02" + std::to_string(mesh) + ".dat", bytes}});
         }
         settings_.Use(k.db.empty() ? tmp.path() : k.db, k.sd, k.enableDB, k.enableSD);
         Probe v;
