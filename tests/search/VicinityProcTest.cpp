@@ -77,24 +77,14 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
     // northern mesh, where POI 999999 lies within the radius.
     const Point border{kSouth + kMeshLat - 80 * 300 + 290, kMid.lon};
     const Point neCorner{kSouth + kMeshLat - 900 * 32, kWest + kMeshLon - 100 * 40};
-    const Point grid[] = {kMid,
-                          {kMid.lat, kWest + 400 * 40},
-                          {kMid.lat, kWest + kMeshLon - 400 * 40},
-                          {kSouth + 500 * 32, kMid.lon},
-                          {kSouth + kMeshLat - 500 * 32, kMid.lon},
-                          {kSouth + 300 * 32, kWest + 700 * 40},
-                          neCorner,
-                          {kSouth + kMeshLat - 10, kWest + 10},
-                          {kSouth, kWest + kMeshLon - 10},
-                          border};  // edges, corners, the north border
+    const Point grid[] = {kMid, {kMid.lat, kWest + 400 * 40}, {kMid.lat, kWest + kMeshLon - 400 * 40},
+        {kSouth + 500 * 32, kMid.lon}, {kSouth + kMeshLat - 500 * 32, kMid.lon}, {kSouth + 300 * 32, kWest + 700 * 40},
+        neCorner, {kSouth + kMeshLat - 10, kWest + 10}, {kSouth, kWest + kMeshLon - 10}, border};  // edges, corners
     std::vector<VicinityPoi> pois = {At(999999, {kSouth + kMeshLat + 150, border.lon}, 5, 1)};
     for (const Point& c : grid) {
-        for (double n = -2600; n <= 2600; n += 130) {
-            for (double e = -2600; e <= 2600; e += 130) {
-                const uint32_t id = static_cast<uint32_t>(pois.size());
-                pois.push_back(At(id, Offset(c, n, e), 5, id % 3, id % 5));
-            }
-        }
+        for (double n = -2600; n <= 2600; n += 130)
+            for (double e = -2600; e <= 2600; e += 130)
+                pois.push_back(At(uint32_t(pois.size()), Offset(c, n, e), 5, pois.size() % 3, pois.size() % 5));
     }
     // Class 3 east and west of `far` for the radius cap; class 2 north and south of the
     // middle: a square wider than a mesh takes one neighbour per axis, the southern one first,
@@ -114,24 +104,19 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
     // Classes 7, 8 and 10: POIs within 2, 5 and 20 km and beyond, for the widening search.
     const double bands[][2] = {{0, 1900}, {2100, 4900}, {15500, 19900}, {20500, 24000}};
     const int rings[][4] = {{200, 50, 0, 5}, {199, 0, 30, 5}, {20, 30, 40, 50}};
-    for (int k = 0; k < 3; ++k) {
-        for (int b = 0; b < 4; ++b) {
+    for (int k = 0; k < 3; ++k)
+        for (int b = 0; b < 4; ++b)
             for (int i = 0; i < rings[k][b]; ++i) {
-                double a = i * 2.39996,
-                       d = bands[b][0] + (bands[b][1] - bands[b][0]) * (i + 0.5) / rings[k][b];
-                pois.push_back(
-                    At(id++, Offset(kMid, d * std::sin(a), d * std::cos(a)), k ? 6 + k : 10));
+                double a = i * 2.39996, d = bands[b][0] + (bands[b][1] - bands[b][0]) * (i + 0.5) / rings[k][b];
+                pois.push_back(At(id++, Offset(kMid, d * std::sin(a), d * std::cos(a)), k ? 6 + k : 10));
             }
-        }
-    }
     Build(pois);
     // hits: exact when the model alone is not the point
     struct Row { Point c; int radius; unsigned long g1, g2; size_t hits; uint32_t skip; } rows[] = {
-        {far, 5000, 3, kAny, 5, 0}, {far, 5001, 3, kAny, 5, 0},   {far, 0x7fffffff, 3, kAny, 5, 0},
+        {far, 5000, 3, kAny, 5, 0}, {far, 5001, 3, kAny, 5, 0}, {far, 0x7fffffff, 3, kAny, 5, 0},
         {far, -100, 3, kAny, 0, 0}, {kMid, 5000, 2, kAny, 3, 11}, {north, 300, 4, kAny, 1, 0},
-        {kMid, 400, 9, kAny, 2, 0}, {kMid, 0, 9, kAny, 2, 0},     {border, 74, 5, kAny, 0, 0},
-        {kMid, 200, 6, kAny, 0, 0}, {kMid, 0, 10, kAny, 200, 0},  {kMid, 0, 7, kAny, 229, 0},
-        {kMid, 0, 8, kAny, 90, 0}};  // the widening search stops at 200 hits
+        {kMid, 400, 9, kAny, 2, 0}, {kMid, 0, 9, kAny, 2, 0}, {border, 74, 5, kAny, 0, 0}, {kMid, 200, 6, kAny, 0, 0},
+        {kMid, 0, 10, kAny, 200, 0}, {kMid, 0, 7, kAny, 229, 0}, {kMid, 0, 8, kAny, 90, 0}};  // widening stops at 200
     Probe v;
     for (const Row& r : rows) {
         SCOPED_TRACE(testing::Message() << r.c.lat << "/" << r.c.lon << " class " << r.g1);
@@ -187,16 +172,10 @@ TEST_F(VicinityTest, GenreCheckMasksInThreeModes) {
            At(7, Offset(c, 0, -19000), 31, 0, 0), At(8, Offset(c, 25000, 0), 12, 0, 0),
            At(9, edge, 20, 5, 5)});
     const unsigned long classes = 1ul << 3 | 1ul << 0 | 1ul << 31 | 1ul << 20;  // 12 too far
-    const unsigned long cases[][3] = {
-        {kAny, kAny, classes},
-        {kAny, 4, classes},              // level 2 plays no part
-        {3, kAny, 1ul << 4 | 1ul << 7},  // 9 lies at 21 km
-        {0, kAny, 0},                    // 40 and 255 do not fit
-        {20, kAny, 0},                   // the centre is too far
-        {3, 7, 1ul << 31},               // 32 does not fit
-        {3, 4, 1ul << 6},
-        {5, kAny, 0},  // no such file
-    };
+    // Level 2 plays no part in the second; 9 lies at 21 km; 40 and 255 do not fit; the centre is
+    // too far; 32 does not fit; no such file.
+    const unsigned long A = kAny, cases[][3] = {{A, A, classes}, {A, 4, classes}, {3, A, 1ul << 4 | 1ul << 7},
+        {0, A, 0}, {20, A, 0}, {3, 7, 1ul << 31}, {3, 4, 1ul << 6}, {5, A, 0}};
     for (const auto& k : cases) {
         CVicinityProc v;
         unsigned long mask = 0xFFFF;
@@ -214,16 +193,14 @@ TEST_F(VicinityTest, DamagedFilesAndSwitches) {
     // keys: written as the class-2 file (none: the folder as given); extraBytes: a partial record
     // at the end (negative: cut the header)
     struct Case { std::vector<int32_t> keys; int extraBytes; std::string db, sd; bool enableDB,
-        enableSD; int status; unsigned long hits; } cases[] = {
-        {{here - 1, here, here + 1, here + 10000}, 0, "", "", true, false, 1, 4},
-        {{here, here + 1}, 7, "", "", true, false, 1, 2},                   // partial last record
-        {{}, -9, "", "", true, false, 1, 0},                                // short header
-        {{here + 30000000, here, here + 1}, 0, "", "", true, false, 1, 0},  // unsorted
+        enableSD; int status; unsigned long hits; };
+    // Partial last record; short header; unsorted; ...; the SD copy; not enabled; database off.
+    const std::string e = empty.path(), d = dir_.path();
+    const Case cases[] = {{{here - 1, here, here + 1, here + 10000}, 0, "", "", true, false, 1, 4},
+        {{here, here + 1}, 7, "", "", true, false, 1, 2}, {{}, -9, "", "", true, false, 1, 0},
+        {{here + 30000000, here, here + 1}, 0, "", "", true, false, 1, 0},
         {{INT32_MIN, here + 5000, here, INT32_MAX}, 0, "", "", true, false, 1, 1},
-        {{}, 0, empty.path(), dir_.path(), true, true, 1, 1},  // the SD copy
-        {{}, 0, empty.path(), dir_.path(), true, false, 0, 0},
-        {{}, 0, dir_.path(), dir_.path(), false, true, 0, 0},  // database off
-    };
+        {{}, 0, e, d, true, true, 1, 1}, {{}, 0, e, d, true, false, 0, 0}, {{}, 0, d, d, false, true, 0, 0}};
     for (const Case& k : cases) {
         SCOPED_TRACE(&k - cases);
         mapdb::TempDir tmp;
