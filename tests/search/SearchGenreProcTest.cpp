@@ -103,15 +103,12 @@ TEST_F(GenreTest, FindsEveryRunAndTheWildcardRules) {
     }
     // In turn on one search: a miss repeats the count of the last hit (0 before any).
     const Key hit = {{1, 255, 255, 0, 255}};
-    const struct { Key key; unsigned long found, count; } cases[] = {
-        {{{9, 0, 0, 0, 0}}, 0, 0},                      // no such file
-        {{{1, 0, 0, 0, 99}}, 0, 0},                     // a level-5 value that is not stored
-        {hit, 1, Run(hit).size()},                      // stored 63 in levels 2-3 matches 255
-        {{{1, 63, 63, 0, 255}}, 0, Run(hit).size()},    // ... but not 63
-        {{{1, 255, 255, 255, 7}}, 0, Run(hit).size()},  // level 4 of 255 matches nothing
-        {{{1, 0, 0, 255, 255}}, 0, Run(hit).size()},
-        {{{1, 0, 0, 0, 255}}, 1, Run({{1, 0, 0, 0, 255}}).size()},  // level 5 of 255 is stored
-    };
+    // No such file; a level-5 value not stored; stored 63 in levels 2-3 matches 255 but not 63;
+    // level 4 of 255 matches nothing; level 5 of 255 is stored.
+    const unsigned long h = Run(hit).size();
+    const struct { Key key; unsigned long found, count; } cases[] = {{{{9, 0, 0, 0, 0}}, 0, 0},
+        {{{1, 0, 0, 0, 99}}, 0, 0}, {hit, 1, h}, {{{1, 63, 63, 0, 255}}, 0, h}, {{{1, 255, 255, 255, 7}}, 0, h},
+        {{{1, 0, 0, 255, 255}}, 0, h}, {{{1, 0, 0, 0, 255}}, 1, Run({{1, 0, 0, 0, 255}}).size()}};
     CSearchGenreProc rules;
     for (const auto& c : cases) {
         unsigned long count = 0;
@@ -155,20 +152,18 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
     badIds.U32(0x01000005), badIds.U32(static_cast<uint32_t>(id0));  // file 1: not a base file
     const mapdb::Bytes ofs3 = ofs.Take(), run3 = IndexImage({{{1, 0, 0, 0, 10}}}, 3);
     const Key key = {{1, 0, 0, 0, 10}};
-    // Index, offset file (empty: none), base data reachable; search and list results; GetID
-    // of 3 from position 0 into ids pre-filled with 55.
+    // Index, offset file (empty: none), base data reachable; search and list results; GetID of 3
+    // from position 0 into ids pre-filled with 55. Rows: whole; no base data; index of the header
+    // only; index cut; offsets of a header and less than an id; offsets cut after one id; run past
+    // the file; an id of file 1; no offset file.
     const struct { mapdb::Bytes idx, ofs; bool baseData; unsigned long search, list;
-        std::vector<unsigned long> ids; } cases[] = {
-        {run3, ofs3, true, 1, 1, {id0, id1, id2}},
-        {run3, ofs3, false, 1, 0, {id0, id1, id2}},  // no base data
-        {mapdb::Bytes(16), ofs3, true, 0, 0, {}},    // index of the header only
-        {{run3.begin(), run3.begin() + 27}, ofs3, true, 0, 0, {}},
-        {run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
+        std::vector<unsigned long> ids; } cases[] = {{run3, ofs3, true, 1, 1, {id0, id1, id2}},
+        {run3, ofs3, false, 1, 0, {id0, id1, id2}}, {mapdb::Bytes(16), ofs3, true, 0, 0, {}},
+        {{run3.begin(), run3.begin() + 27}, ofs3, true, 0, 0, {}}, {run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
         {run3, {ofs3.begin(), ofs3.begin() + 22}, true, 1, 1, {id0, 55, 55}},
-        {IndexImage({key}, 1000), ofs3, true, 1, 1, {id0, id1, id2}},  // run past the file
+        {IndexImage({key}, 1000), ofs3, true, 1, 1, {id0, id1, id2}},
         {IndexImage({key}, 2), badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
-        {IndexImage({key}, 2), {}, true, 1, 0, {55, 55, 55}},
-    };
+        {IndexImage({key}, 2), {}, true, 1, 0, {55, 55, 55}}};
     mapdb::TempDir empty;
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
