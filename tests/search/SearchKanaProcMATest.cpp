@@ -73,30 +73,20 @@ TEST_F(KanaMATest, TotalsAndListsUnderEveryFilterShape) {
         ASSERT_FALSE(run.empty());
         for (const auto& f : filters) {
             SCOPED_TRACE(testing::Message() << mapdb::SjisToUtf8(reading) << " filter " << &f - filters);
-            auto has = [&](const Poi* p, unsigned long t) {
-                return t == 0 ||
-                       (t < 3 &&
-                        std::any_of(p->src.texts.begin(), p->src.texts.end(), [&](auto& s) {
-                            return s.find(mapdb::SjisToUtf8(texts[t])) != std::string::npos;
-                        }));
-            };
+            auto has = [&](const Poi* p, unsigned long t) { return t == 0 || (t < 3 && std::any_of(p->src.texts.begin(),
+                p->src.texts.end(), [&](auto& s) { return s.find(mapdb::SjisToUtf8(texts[t])) != std::string::npos; })); };
             std::vector<const Poi*> byGenre, sortable;
             for (const Poi* p : run) {
                 auto level = [&](int k) { return f[k] == kAny || p->src.genre[k] == f[k]; };
                 // The first wildcard ends the comparison; the sortable list has three levels.
-                if (level(0) &&
-                    (f[1] == kAny || (level(1) && (f[2] == kAny || (level(2) && level(3))))) &&
-                    (p->src.attr & f[4]) == f[4] && has(p, f[5]) && has(p, f[6]))
-                    byGenre.push_back(p);
+                if (level(0) && (f[1] == kAny || (level(1) && (f[2] == kAny || (level(2) && level(3))))) &&
+                    (p->src.attr & f[4]) == f[4] && has(p, f[5]) && has(p, f[6])) byGenre.push_back(p);
                 if (f[0] == kAny || (level(0) && (f[1] == kAny || (level(1) && level(2)))))
                     sortable.push_back(p);
             }
             std::vector<unsigned char> t1 = Z(texts[f[5]]), t2 = Z(texts[f[6]]);
-            EXPECT_EQ(byGenre.size(),
-                      f[4] || f[5] || f[6]
-                          ? search.GetRefinedTotal(f[0], f[1], f[2], f[3], f[4],
-                                                   f[5] ? t1.data() : nullptr, t2.data())
-                          : search.GetRefinedTotal(f[0], f[1], f[2], f[3]));
+            EXPECT_EQ(byGenre.size(), f[4] || f[5] || f[6] ? search.GetRefinedTotal(f[0], f[1], f[2], f[3], f[4],
+                f[5] ? t1.data() : nullptr, t2.data()) : search.GetRefinedTotal(f[0], f[1], f[2], f[3]));
             std::vector<CLocationData> out(byGenre.size() + 1);
             EXPECT_TRUE(search.GetList(out.data(), 0, out.size()));
             EXPECT_EQ(Ids(byGenre), Listed(out));
@@ -105,10 +95,8 @@ TEST_F(KanaMATest, TotalsAndListsUnderEveryFilterShape) {
             EXPECT_TRUE(search.GetSortList(out.data(), 0, out.size()));
             EXPECT_EQ(Ids(sortable), Listed(out));
             int lat = 1, lon = 1;  // the position of the last sortable entry, none after it
-            EXPECT_EQ(!sortable.empty(),
-                      search.GetOffsetDataLatLng(&lat, &lon, sortable.size() - 1));
-            EXPECT_EQ(sortable.empty() ? 0u : sortable.back()->src.latMs,
-                      static_cast<uint32_t>(lat));
+            EXPECT_EQ(!sortable.empty(), search.GetOffsetDataLatLng(&lat, &lon, sortable.size() - 1));
+            EXPECT_EQ(sortable.empty() ? 0u : sortable.back()->src.latMs, static_cast<uint32_t>(lat));
             EXPECT_FALSE(search.GetOffsetDataLatLng(&lat, &lon, sortable.size()));
         }
     }
@@ -125,13 +113,12 @@ TEST_F(KanaMATest, DistanceSortCutsInFileOrderAndBreaksTiesById) {
         std::vector<std::pair<unsigned long, unsigned long>> expected;  // (distance, id)
         for (size_t i = 0; i < run.size() && i < keep; ++i) {
             unsigned long d = 0, dir = 0;
-            CDistanceProc().CalcDistanceForm(&d, &dir, lat, lon, int(run[i]->src.latMs),
-                                             int(run[i]->src.lonMs));
+            CDistanceProc().CalcDistanceForm(&d, &dir, lat, lon, int(run[i]->src.latMs), int(run[i]->src.lonMs));
             expected.push_back({d, run[i]->id});
         }
         std::sort(expected.begin(), expected.end());
         std::vector<unsigned long> ids;
-        for (const auto& e : expected) ids.push_back(e.second);
+        for (const auto& [d, id] : expected) ids.push_back(id);
         std::vector<CLocationData> out(run.size());
         EXPECT_TRUE(search.GetSortList(out.data(), 0, out.size()));
         EXPECT_EQ(ids, Listed(out)) << "keep " << keep;
@@ -150,8 +137,7 @@ TEST_F(KanaMATest, GenreMasksOfTheNextLevel) {
         for (const Poi* p : Run("\xB1")) {
             const auto& g = p->src.genre;
             const long k = c[3];
-            if (k < 0 || (k >= 1 && g[0] != unsigned(c[0])) || (k >= 2 && g[1] != unsigned(c[1])))
-                continue;
+            if (k < 0 || (k >= 1 && g[0] != unsigned(c[0])) || (k >= 2 && g[1] != unsigned(c[1]))) continue;
             if (g[k] < 32) expected |= 1ul << g[k];
             wide += g[k] >= 32 && g[k] != 255;
         }
@@ -166,8 +152,7 @@ TEST_F(KanaMATest, MissingAndCutOffsetFiles) {
     const std::vector<const Poi*> run = Run("\xB1");
     // A tree of one node whose run is longer than the offset files; three entries of the run.
     mapdb::ByteWriter tree, ofs, ofs2;
-    tree.Zeros(16), tree.U8(0xB1), tree.U32(0x7fffffff), tree.U8(0), tree.U32(uint32_t(run[0]->id)),
-        tree.U16(500);
+    tree.Zeros(16), tree.U8(0xB1), tree.U32(0x7fffffff), tree.U8(0), tree.U32(uint32_t(run[0]->id)), tree.U16(500);
     ofs.Zeros(16), ofs2.Zeros(16);
     for (int i = 0; i < 3; ++i) {
         ofs.U32(uint32_t(run[i]->id)), ofs.U32(0);
