@@ -41,11 +41,8 @@ struct BaseDataTest : SuiteDb<BaseDataTest> {
         std::vector<unsigned long> out;
         for (unsigned long r = first; r < first + count; ++r) {
             const auto c = GenresOf(r);
-            if ((g[0] == kAny || c[0] == g[0]) &&
-                (g[1] == kAny ||
-                 (c[1] == g[1] &&
-                  (g[2] == kAny || (c[2] == g[2] && (g[3] == kAny || c[3] == g[3]))))))
-                out.push_back(Id(r));
+            if ((g[0] == kAny || c[0] == g[0]) && (g[1] == kAny || (c[1] == g[1] && (g[2] == kAny ||
+                (c[2] == g[2] && (g[3] == kAny || c[3] == g[3])))))) out.push_back(Id(r));
         }
         return out;
     }
@@ -70,11 +67,10 @@ TEST_F(BaseDataTest, LooksUpRecordsAcrossContainersAndFiles) {
         uint32_t attr = 0, digit = 1;  // the flag bits written as decimal digits
         for (int bit = 0; bit < 8; ++bit, digit *= 10) attr += (r >> bit & 1) ? digit : 0;
         const auto g = GenresOf(r);
-        EXPECT_EQ((std::vector<unsigned long>{Id(r), g[0], g[1], g[2], g[3], 300000000 + r,
-                                              kTokyoLon + r * 10, kTokyoLat + r * 20, attr, 0}),
-                  (std::vector<unsigned long>{out.dwID, out.dwGenre1, out.dwGenre2, out.dwGenre3,
-                                              out.dwGenre4, out.dwTelNo, out.lLon, out.lLat,
-                                              out.dwAttr, out.lArrLon}));
+        EXPECT_EQ((std::vector<unsigned long>{Id(r), g[0], g[1], g[2], g[3], 300000000 + r, kTokyoLon + r * 10,
+                                              kTokyoLat + r * 20, attr, 0}),
+                  (std::vector<unsigned long>{out.dwID, out.dwGenre1, out.dwGenre2, out.dwGenre3, out.dwGenre4,
+                                              out.dwTelNo, out.lLon, out.lLat, out.dwAttr, out.lArrLon}));
         EXPECT_EQ("POI" + std::to_string(r) + '\0' + "\xCE\xDF\xB2",
                   std::string(out.szName, 4 + std::to_string(r).size() + 3));
     }
@@ -96,8 +92,7 @@ TEST_F(BaseDataTest, RangesFiltersAndBookmarkedPagesMatchOneListing) {
     const unsigned long ranges[][2] = {{203, 203}, {204, 0}, {0x8000 | 203, 203}};  // count, total
     for (const auto& r : ranges) {
         EXPECT_EQ(r[1], base.GetRefinedTotal(Id(1000), r[0], kAny, kAny, kAny, kAny)) << r[0];
-        EXPECT_EQ(r[1] ? tail : std::vector<unsigned long>(),
-                  Page(base, 1000, r[0], 0, 203, kAll, r[1] != 0));
+        EXPECT_EQ(r[1] ? tail : std::vector<unsigned long>(), Page(base, 1000, r[0], 0, 203, kAll, r[1] != 0));
     }
     EXPECT_TRUE(Page(base, 1000, 204, 0, 0, kAll).empty()) << "an empty page succeeds";
     // Levels 3 and 4 after a wildcard are ignored; nothing matches the last.
@@ -119,7 +114,7 @@ TEST_F(BaseDataTest, RangesFiltersAndBookmarkedPagesMatchOneListing) {
         std::vector<unsigned long> order = {2, 1, 3, 0};
         for (unsigned long p = 0; p < pages; ++p) order.push_back(p);
         for (unsigned long p = pages; p-- > 0;) order.push_back(p);
-        for (unsigned long p : order) {
+        for (unsigned long p : order)
             for (const Listing& l : listings) {
                 const std::vector<unsigned long> want = Expected(l.start, l.n, l.g);
                 EXPECT_EQ(std::vector<unsigned long>(want.begin() + std::min(want.size(), p * page),
@@ -127,7 +122,6 @@ TEST_F(BaseDataTest, RangesFiltersAndBookmarkedPagesMatchOneListing) {
                           Page(paged, l.start, l.n, p * page, page, l.g))
                     << "from " << l.start << " filter " << l.g[0] << "," << l.g[1] << " page " << p;
             }
-        }
     }
 }
 
@@ -139,9 +133,8 @@ TEST_F(BaseDataTest, ListsFewerMatchesThanAskedAndAddsArrivalPoints) {
     EXPECT_EQ((std::vector<unsigned long>{Id(0), Id(1), Id(2), Id(3), Id(4), Id(5)}), Listed(out));
     EXPECT_EQ(0, out[7].szName[0]) << "unfilled records are zeroed";
     // Arrival points stop at the first record without one; the POI's own name is kept.
-    EXPECT_EQ((std::vector<unsigned long>{kTokyoLon + 10, kTokyoLon + 20, 0, 0, 9}),
-              (std::vector<unsigned long>{out[0].lArrLon, out[1].lArrLon, out[2].lArrLon,
-                                          out[3].lArrLon, out[0].dwArrAttr}));
+    EXPECT_EQ((std::vector<unsigned long>{kTokyoLon + 10, kTokyoLon + 20, 0, 0, 9}), (std::vector<unsigned long>{
+        out[0].lArrLon, out[1].lArrLon, out[2].lArrLon, out[3].lArrLon, out[0].dwArrAttr}));
     EXPECT_EQ("POI1", NameOf(out[1]));
 }
 
