@@ -35,8 +35,7 @@ TEST(ArrayData, HoldsExactly65536ElementsAndMovesThem) {
     for (r.dwID = 0; r.dwID < 65536; ++r.dwID) ASSERT_TRUE(big->Add(&r)) << r.dwID;
     EXPECT_FALSE(big->Add(&r)) << "the 65,537th Add fails";
     EXPECT_EQ(65536u, big->dwCount);
-    ASSERT_TRUE(big->GetAt(&out, 65535));
-    EXPECT_EQ(65535u, out.dwID);
+    EXPECT_TRUE(big->GetAt(&out, 65535) && out.dwID == 65535u);
     EXPECT_FALSE(big->GetAt(&out, 65536));
     EXPECT_FALSE(big->SetAt(65536, &r)) << "no slot past the last block";
     delete big;
@@ -53,15 +52,13 @@ TEST(ArrayData, HoldsExactly65536ElementsAndMovesThem) {
     EXPECT_TRUE(a.SetAt(5, &r));
     EXPECT_FALSE(a.GetAt(&out, 5));
     EXPECT_FALSE(a.SetAt(6, &r));
-    EXPECT_TRUE(a.Swap(0, 4));
-    EXPECT_FALSE(a.Swap(0, 5));
+    EXPECT_TRUE(a.Swap(0, 4) && !a.Swap(0, 5));
     EXPECT_EQ((std::vector<uint32_t>{4, 1, 2, 3, 0}), ids());
     // Delete moves the rest down; the old last slot keeps its contents.
     EXPECT_TRUE(a.DeleteAt(1));
     EXPECT_EQ((std::vector<uint32_t>{4, 2, 3, 0}), ids());
     EXPECT_EQ(0u, a.m_pBlock[0][4].dwID);
-    EXPECT_TRUE(a.DeleteAt(3));
-    EXPECT_FALSE(a.DeleteAt(3));
+    EXPECT_TRUE(a.DeleteAt(3) && !a.DeleteAt(3));
     EXPECT_EQ((std::vector<uint32_t>{4, 2, 3}), ids());
 }
 

@@ -67,9 +67,7 @@ struct GenreTest : SuiteDb<GenreTest> {
         std::sort(out.begin(), out.end());
         return out;
     }
-    static unsigned long Search(CSearchGenreProc& s, const Key& k, unsigned long* count) {
-        return s.SearchProc(count, k[0], k[1], k[2], k[3], k[4]);
-    }
+    static unsigned long Search(CSearchGenreProc& s, const Key& k, unsigned long* n) { return s.SearchProc(n, k[0], k[1], k[2], k[3], k[4]); }
     static inline std::vector<uint32_t> ids_;
     static inline std::set<Key> all_;
 };

@@ -50,10 +50,7 @@ struct KanaMATest : SuiteDb<KanaMATest> {
         for (size_t i = 0; i < pois.size() && i < n; ++i) ids.push_back(pois[i]->id);
         return ids;
     }
-    static void Search(CSearchKanaProcMA* search, const char* reading) {
-        unsigned long count = 0;
-        ASSERT_NE(0u, search->SearchProc(&count, Z(reading).data()));
-    }
+    static void Search(CSearchKanaProcMA* s, const char* r) { unsigned long n = 0; ASSERT_NE(0u, s->SearchProc(&n, Z(r).data())); }
     static inline std::vector<Poi> pois_;
 };
 

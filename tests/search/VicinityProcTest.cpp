@@ -61,8 +61,7 @@ struct VicinityTest : SettingsTest {
         mapdb::WriteVicinity(dir_.path(), pois), settings_.Use(dir_.path());
     }
     // The radius search (radius 0: the widening one); checks the status and the count.
-    static std::vector<Hit> Search(Probe& v, Point c, int radius, unsigned long g1,
-                                   unsigned long g2 = kAny) {
+    static std::vector<Hit> Search(Probe& v, Point c, int radius, unsigned long g1, unsigned long g2 = kAny) {
         unsigned long count = 12345;
         EXPECT_EQ(1, radius ? v.SearchProc(&count, c.lat, c.lon, radius, g1, g2, kAny)
                             : v.SearchProc(&count, c.lat, c.lon, g1, g2, kAny));
@@ -143,7 +142,7 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
                     expect[k - w[0]] = want[k].id;
                 EXPECT_EQ(1u, v.GetID(ids.data(), w[0], w[1]));
                 EXPECT_EQ(expect, ids) << w[0] << "+" << w[1];
-                CLocationData out[4] = {};
+                CLocationData out[4] = {{}};
                 out[0].dwDistance = 7;
                 EXPECT_EQ(1u, v.GetList(out, w[0], w[1]));
                 EXPECT_EQ(w[0] < n && w[1] ? want[w[0]].dist : 7, out[0].dwDistance) << w[0];

@@ -43,9 +43,7 @@ inline std::string NameOf(const CLocationData& r) { return std::string(r.szName)
 
 // A NUL-terminated copy of `s` for the interfaces that take unsigned char*.
 inline std::vector<unsigned char> Z(const std::string& s) {
-    std::vector<unsigned char> out(s.begin(), s.end());
-    out.push_back(0);
-    return out;
+    return std::vector<unsigned char>(s.c_str(), s.c_str() + s.size() + 1);
 }
 
 // The ids of the filled records (dwID not 0), in order.
