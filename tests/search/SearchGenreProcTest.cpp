@@ -1,27 +1,14 @@
 // Genre search: every run against brute force, the wildcard rules of the levels and the count
 // repeated on a miss, windows of the run, the index probe sequence on sorted and unsorted
 // indexes, damaged and missing files.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <map>
 #include <random>
-#include <set>
-#include <string>
-#include <vector>
 
-#include "ByteWriter.h"
-#include "GenreWriter.h"
-#include "PackWriter.h"
-#include "TempDir.h"
 #include "support/Poi.h"
-#include "support/Settings.h"
 
 namespace {
 
 using Key = std::array<uint32_t, 5>;
-using testsupport::Listed;
+using namespace testsupport;
 constexpr unsigned long kNone = 0x7fffffff;
 
 // The entries for POI i: its exact key, "all of level 5" and "all of levels 2 and 3".
@@ -29,13 +16,6 @@ std::vector<Key> KeysOf(unsigned long i) {
     const Key k = {{uint32_t(1 + i % 2), uint32_t(i % 3), uint32_t(i % 4), uint32_t(i % 5),
                     i % 7 ? uint32_t(i % 2) : 200}};
     return {k, {{k[0], k[1], k[2], k[3], 255}}, {{k[0], 255, 255, 0, 255}}};
-}
-
-// A "GENRE" folder holding the given packed files.
-void WritePack(const std::string& root, const std::map<std::string, mapdb::Bytes>& files) {
-    mapdb::PackWriter pack;
-    for (const auto& [name, data] : files) pack.Add(name, data);
-    pack.Write(root, "GENRE");
 }
 
 // An index with the given keys in the given order; entry i holds the run (i, count).
@@ -62,10 +42,8 @@ long ModelSearch(const std::vector<Key>& keys, const Key& key) {
     return keys.empty() ? -1 : static_cast<long>(mid);
 }
 
-class GenreTest : public testsupport::SettingsTest {
-protected:
-    static void SetUpTestSuite() {
-        tmp_ = new mapdb::TempDir;
+struct GenreTest : SuiteDb<GenreTest> {
+    static void Write(const std::string& root) {
         std::vector<mapdb::PoiSource> pois;
         const char* digits[] = {"ア", "イ", "ウ", "エ", "オ"};
         for (unsigned long i = 0; i < 60; ++i) {
@@ -74,32 +52,23 @@ protected:
             for (unsigned long d = 60 - i; d > 0; d /= 5) r += digits[d % 5];
             pois.push_back(testsupport::MakePoi("G" + std::to_string(i), r));
         }
-        ids_ = new std::vector<uint32_t>(mapdb::WriteBase(tmp_->path(), pois).ids);
+        ids_ = mapdb::WriteBase(root, pois).ids;
         std::vector<mapdb::GenrePoi> entries;
-        for (unsigned long i = 0; i < 60; ++i) {
-            for (const Key& k : KeysOf(i)) entries.push_back({(*ids_)[i], k}), all_.insert(k);
-        }
-        mapdb::WriteGenre(tmp_->path(), entries);
+        for (unsigned long i = 0; i < 60; ++i)
+            for (const Key& k : KeysOf(i)) entries.push_back({ids_[i], k}), all_.insert(k);
+        mapdb::WriteGenre(root, entries);
     }
-    static void TearDownTestSuite() { delete tmp_, delete ids_; }
-    void SetUp() override { settings_.Use(tmp_->path()); }
 
     // Brute force: the ids listed under `key`, ascending.
     static std::vector<unsigned long> Run(const Key& key) {
         std::vector<unsigned long> out;
-        for (unsigned long i = 0; i < 60; ++i) {
-            for (const Key& k : KeysOf(i)) {
-                if (k == key) out.push_back((*ids_)[i]);
-            }
-        }
+        for (unsigned long i = 0; i < 60; ++i)
+            for (const Key& k : KeysOf(i)) if (k == key) out.push_back(ids_[i]);
         std::sort(out.begin(), out.end());
         return out;
     }
-    static unsigned long Search(CSearchGenreProc& s, const Key& k, unsigned long* count) {
-        return s.SearchProc(count, k[0], k[1], k[2], k[3], k[4]);
-    }
-    static inline mapdb::TempDir* tmp_ = nullptr;
-    static inline std::vector<uint32_t>* ids_ = nullptr;
+    static unsigned long Search(CSearchGenreProc& s, const Key& k, unsigned long* n) { return s.SearchProc(n, k[0], k[1], k[2], k[3], k[4]); }
+    static inline std::vector<uint32_t> ids_;
     static inline std::set<Key> all_;
 };
 
@@ -117,21 +86,27 @@ TEST_F(GenreTest, FindsEveryRunAndTheWildcardRules) {
         EXPECT_EQ(run, Listed(out));
         EXPECT_EQ(key[4], out[run.size() - 1].dwRsv);
         EXPECT_EQ(0u, out[run.size()].dwRsv);
+        // Windows at and past the end of the run: empty slots hold 0x7fffffff.
+        const unsigned long n = run.size(), windows[][2] = {{n - 1, 3}, {n, 2}, {n + 1, 1}, {1, 1}};
+        for (const auto& w : windows) {
+            std::vector<unsigned long> ids(4, 7), expect(4, 7);
+            for (unsigned long k = 0; k < w[1]; ++k) expect[k] = w[0] + k < n ? run[w[0] + k] : kNone;
+            EXPECT_EQ(1u, search.GetID(ids.data(), w[0], w[1]));
+            EXPECT_EQ(expect, ids) << w[0] << "+" << w[1];
+            out.assign(4, CLocationData());
+            search.GetList(out.data(), w[0], w[1]);
+            EXPECT_EQ(std::vector<unsigned long>(run.begin() + std::min(n, w[0]),
+                                                 run.begin() + std::min(n, w[0] + w[1])), Listed(out));
+        }
     }
     // In turn on one search: a miss repeats the count of the last hit (0 before any).
     const Key hit = {{1, 255, 255, 0, 255}};
-    const struct {
-        Key key;
-        unsigned long found, count;
-    } cases[] = {
-        {{{9, 0, 0, 0, 0}}, 0, 0},                      // no such file
-        {{{1, 0, 0, 0, 99}}, 0, 0},                     // a level-5 value that is not stored
-        {hit, 1, Run(hit).size()},                      // stored 63 in levels 2-3 matches 255
-        {{{1, 63, 63, 0, 255}}, 0, Run(hit).size()},    // ... but not 63
-        {{{1, 255, 255, 255, 7}}, 0, Run(hit).size()},  // level 4 of 255 matches nothing
-        {{{1, 0, 0, 255, 255}}, 0, Run(hit).size()},
-        {{{1, 0, 0, 0, 255}}, 1, Run({{1, 0, 0, 0, 255}}).size()},  // level 5 of 255 is stored
-    };
+    // No such file; a level-5 value not stored; stored 63 in levels 2-3 matches 255 but not 63;
+    // level 4 of 255 matches nothing; level 5 of 255 is stored.
+    const unsigned long h = Run(hit).size();
+    const struct { Key key; unsigned long found, count; } cases[] = {{{{9, 0, 0, 0, 0}}, 0, 0},
+        {{{1, 0, 0, 0, 99}}, 0, 0}, {hit, 1, h}, {{{1, 63, 63, 0, 255}}, 0, h}, {{{1, 255, 255, 255, 7}}, 0, h},
+        {{{1, 0, 0, 255, 255}}, 0, h}, {{{1, 0, 0, 0, 255}}, 1, Run({{1, 0, 0, 0, 255}}).size()}};
     CSearchGenreProc rules;
     for (const auto& c : cases) {
         unsigned long count = 0;
@@ -154,7 +129,7 @@ TEST_F(GenreTest, FollowsTheProbeSequenceOnSortedAndUnsortedIndexes) {
         std::vector<Key> keys;
         for (unsigned long i = 0; i < n; ++i) keys.push_back({{1, 0, 0, 0, 10 * (uint32_t)i + 10}});
         if (round >= 7) std::shuffle(keys.begin(), keys.end(), rng);
-        WritePack(dir.path(), {{"G001.idx", IndexImage(keys)}});
+        WritePack(dir.path(), "GENRE", {{"G001.idx", IndexImage(keys)}});
         CSearchGenreProc search;
         for (uint32_t level5 = 5; level5 <= 10 * n + 5; level5 += 5) {
             SCOPED_TRACE(testing::Message() << "round " << round << " level 5 " << level5);
@@ -168,40 +143,34 @@ TEST_F(GenreTest, FollowsTheProbeSequenceOnSortedAndUnsortedIndexes) {
 }
 
 TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
-    const unsigned long id0 = (*ids_)[0], id1 = (*ids_)[1], id2 = (*ids_)[2];
+    const unsigned long id0 = ids_[0], id1 = ids_[1], id2 = ids_[2];
     mapdb::ByteWriter ofs, badIds;
     ofs.Zeros(16), badIds.Zeros(16);
     for (unsigned long id : {id0, id1, id2}) ofs.U32(static_cast<uint32_t>(id));
     badIds.U32(0x01000005), badIds.U32(static_cast<uint32_t>(id0));  // file 1: not a base file
     const mapdb::Bytes ofs3 = ofs.Take(), run3 = IndexImage({{{1, 0, 0, 0, 10}}}, 3);
     const Key key = {{1, 0, 0, 0, 10}};
-    // Index, offset file (empty: none), base data reachable; search and list results; GetID
-    // of 3 from position 0 into ids pre-filled with 55.
-    const struct {
-        mapdb::Bytes idx, ofs;
-        bool baseData;
-        unsigned long search, list;
-        std::vector<unsigned long> ids;
-    } cases[] = {
-        {run3, ofs3, true, 1, 1, {id0, id1, id2}},
-        {run3, ofs3, false, 1, 0, {id0, id1, id2}},  // no base data
-        {mapdb::Bytes(16), ofs3, true, 0, 0, {}},    // index of the header only
-        {{run3.begin(), run3.begin() + 27}, ofs3, true, 0, 0, {}},
-        {run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
+    // Index, offset file (empty: none), base data reachable; search and list results; GetID of 3
+    // from position 0 into ids pre-filled with 55. Rows: whole; no base data; index of the header
+    // only; index cut; offsets of a header and less than an id; offsets cut after one id; run past
+    // the file; an id of file 1; no offset file.
+    const struct { mapdb::Bytes idx, ofs; bool baseData; unsigned long search, list;
+        std::vector<unsigned long> ids; } cases[] = {{run3, ofs3, true, 1, 1, {id0, id1, id2}},
+        {run3, ofs3, false, 1, 0, {id0, id1, id2}}, {mapdb::Bytes(16), ofs3, true, 0, 0, {}},
+        {{run3.begin(), run3.begin() + 27}, ofs3, true, 0, 0, {}}, {run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
         {run3, {ofs3.begin(), ofs3.begin() + 22}, true, 1, 1, {id0, 55, 55}},
-        {IndexImage({key}, 1000), ofs3, true, 1, 1, {id0, id1, id2}},  // run past the file
+        {IndexImage({key}, 1000), ofs3, true, 1, 1, {id0, id1, id2}},
         {IndexImage({key}, 2), badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
-        {IndexImage({key}, 2), {}, true, 1, 0, {55, 55, 55}},
-    };
+        {IndexImage({key}, 2), {}, true, 1, 0, {55, 55, 55}}};
     mapdb::TempDir empty;
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
         mapdb::TempDir dir;
         std::map<std::string, mapdb::Bytes> files = {{"G001.idx", c.idx}};
         if (!c.ofs.empty()) files["G001.ofs"] = c.ofs;
-        WritePack(dir.path(), files);
+        WritePack(dir.path(), "GENRE", files);
         // The base data stays in the suite's database, reached through the SD fallback.
-        settings_.Use(dir.path(), c.baseData ? tmp_->path() : empty.path(), true, true);
+        settings_.Use(dir.path(), c.baseData ? dir_.path() : empty.path(), true, true);
         CSearchGenreProc search;
         unsigned long count = 0;
         ASSERT_EQ(c.search, Search(search, key, &count));
@@ -213,7 +182,7 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
         EXPECT_EQ(c.ids, ids);
     }
     for (int sw : {3, 1, 2}) {  // the folder only in the SD copy; bit 0: database, bit 1: SD
-        settings_.Use(empty.path(), tmp_->path(), sw & 1, sw & 2);
+        settings_.Use(empty.path(), dir_.path(), sw & 1, sw & 2);
         CSearchGenreProc search;
         unsigned long count = 0;
         EXPECT_EQ(sw == 3 ? 1u : 0u, Search(search, {{1, 255, 255, 0, 255}}, &count)) << sw;

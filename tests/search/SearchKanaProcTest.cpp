@@ -1,25 +1,11 @@
 // Kana reading search: typing character by character against a brute-force model of the
 // readings (key states, voiced marks, hyphens, unknown characters, result codes, listing
 // through the base data), genre totals, hand-made and damaged trees, missing data.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <set>
-#include <string>
-#include <vector>
-
-#include "ByteWriter.h"
-#include "KanaWriter.h"
-#include "PackWriter.h"
-#include "TempDir.h"
-#include "TextTools.h"
 #include "support/Poi.h"
-#include "support/Settings.h"
 
 namespace {
 
-using testsupport::kAny;
-using testsupport::Z;
+using namespace testsupport;
 
 // Readings that share prefixes, with voiced, semi-voiced and prolonged sounds.
 const char* const kReadings[] = {
@@ -29,99 +15,61 @@ const char* const kReadings[] = {
 };
 constexpr size_t kCount = sizeof(kReadings) / sizeof(*kReadings);
 
-class KanaTest : public testsupport::SettingsTest {
-protected:
-    static void SetUpTestSuite() {
-        tmp_ = new mapdb::TempDir;
-        pois_ = new std::vector<mapdb::PoiSource>;
-        for (size_t i = 0; i < kCount; ++i) {
-            pois_->push_back(testsupport::MakePoi("K" + std::to_string(i), kReadings[i],
-                                                  static_cast<uint32_t>(1 + i % 3),
-                                                  static_cast<uint32_t>(i % 2), 5, 7));
-        }
-        base_ = new mapdb::BaseResult(mapdb::WriteBase(tmp_->path(), *pois_));
-        mapdb::WriteKana(tmp_->path(), *pois_, *base_);
+struct KanaTest : SuiteDb<KanaTest> {
+    static void Write(const std::string& root) {
+        for (uint32_t i = 0; i < kCount; ++i)
+            pois_.push_back(MakePoi("K" + std::to_string(i), kReadings[i], 1 + i % 3, i % 2, 5, 7));
+        base_ = mapdb::WriteBase(root, pois_);
+        mapdb::WriteKana(root, pois_, base_);
     }
-    static void TearDownTestSuite() {
-        delete tmp_;
-        delete pois_;
-        delete base_;
-    }
-    void SetUp() override { settings_.Use(tmp_->path()); }
 
     // The model of a search: the path the walk ends on (marks dropped, '-' the prolonged
     // sound, unknown characters skipped), the POIs under it, and the characters that follow.
-    struct Model {
-        std::string path;
-        std::vector<unsigned long> ids, genre21;  // ascending
-        bool complete = false;
-        std::set<unsigned long> keys;
-    };
+    struct Model { std::string path; std::vector<unsigned long> ids, genre21; bool complete = false;
+        std::set<unsigned long> keys; };  // ids ascending
     static Model Expect(const std::string& typed) {
         std::string key;
-        for (unsigned char c : typed) {
+        for (unsigned char c : typed)
             if (c != 0xDE && c != 0xDF) key += c == '-' ? '\xB0' : static_cast<char>(c);
-        }
         auto startsWith = [](const std::string& s, const std::string& p) {
             return s.compare(0, p.size(), p) == 0;
         };
         Model m;
         m.path = key.substr(0, 1);
-        for (size_t k = 1; k < key.size(); ++k) {
-            for (const std::string& r : base_->readings) {
-                if (startsWith(r, m.path + key[k])) {
-                    m.path += key[k];
-                    break;
-                }
-            }
-        }
+        for (size_t k = 1; k < key.size(); ++k)
+            if (std::any_of(base_.readings.begin(), base_.readings.end(),
+                            [&](const std::string& r) { return startsWith(r, m.path + key[k]); }))
+                m.path += key[k];
         for (size_t i = 0; i < kCount; ++i) {
-            const std::string& r = base_->readings[i];
+            const std::string& r = base_.readings[i];
             if (!startsWith(r, m.path)) continue;
-            m.ids.push_back(base_->ids[i]);
-            if ((*pois_)[i].genre[0] == 2 && (*pois_)[i].genre[1] == 1)
-                m.genre21.push_back(base_->ids[i]);
+            m.ids.push_back(base_.ids[i]);
+            if (pois_[i].genre[0] == 2 && pois_[i].genre[1] == 1) m.genre21.push_back(base_.ids[i]);
             m.complete |= r == m.path;
             if (r.size() > m.path.size()) {
                 const unsigned char c = static_cast<unsigned char>(r[m.path.size()]);
                 m.keys.insert(c == 0xA6 ? 45 : c == 0xB0 ? 46 : c - 0xB1ul);
             }
         }
-        std::sort(m.ids.begin(), m.ids.end());
-        std::sort(m.genre21.begin(), m.genre21.end());
+        std::sort(m.ids.begin(), m.ids.end()), std::sort(m.genre21.begin(), m.genre21.end());
         return m;
     }
     static std::set<unsigned long> KeysSet(CSearchKanaProc& search) {
         std::set<unsigned long> keys;
-        for (unsigned long k = 0; k < 47; ++k) {
-            if (search.GetKeyState(k)) keys.insert(k);
-        }
+        for (unsigned long k = 0; k < 47; ++k) if (search.GetKeyState(k)) keys.insert(k);
         return keys;
     }
-
-    static inline mapdb::TempDir* tmp_ = nullptr;
-    static inline std::vector<mapdb::PoiSource>* pois_ = nullptr;
-    static inline mapdb::BaseResult* base_ = nullptr;
+    static inline std::vector<mapdb::PoiSource> pois_;
+    static inline mapdb::BaseResult base_;
 };
 
 TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
-    const char* const typed[] = {
-        "\xB6\xB7\xB8\xB9\xBA\xBB",              // ｶｷｸｹｺｻ: down one branch to its end
-        "\xB6\xDE\xB7\xDE",                      // ｶﾞｷﾞ: voiced marks are dropped
-        "\xCA\xDF\xDD",                          // ﾊﾟﾝ
-        "\xB6-\xC3\xDD",                         // ｶ-ﾃﾝ: the hyphen is the prolonged sound
-        "\xB6\xC7\xB7",                          // ｶﾇｷ: ﾇ never follows ｶ and is skipped
-        "\xB6\xB7\xB8\xB9\xBA\xBB\xBC\xBD\xBE",  // longer than any reading
-        "\xB1\xB2\xBD\xB6",
-        "\xA6",
-        "\xDD\xB0",
-        "\xC0\xDE\xB2",
-        "\xCE\xDF\xB1",
-        "\xB6\xB3",
-        "\xB6\xC4",
-        "\xB6\xC5",
-        "\xB6\xB1",  // marks after ｳ, ﾄ, ﾅ, ｱ
-    };
+    // ｶｷｸｹｺｻ down one branch to its end; ｶﾞｷﾞ voiced marks dropped; ﾊﾟﾝ; ｶ-ﾃﾝ the hyphen is the
+    // prolonged sound; ｶﾇｷ ﾇ never follows ｶ and is skipped; longer than any reading; ...; marks
+    // after ｳ, ﾄ, ﾅ, ｱ
+    const char* const typed[] = {"\xB6\xB7\xB8\xB9\xBA\xBB", "\xB6\xDE\xB7\xDE", "\xCA\xDF\xDD",
+        "\xB6-\xC3\xDD", "\xB6\xC7\xB7", "\xB6\xB7\xB8\xB9\xBA\xBB\xBC\xBD\xBE", "\xB1\xB2\xBD\xB6",
+        "\xA6", "\xDD\xB0", "\xC0\xDE\xB2", "\xCE\xDF\xB1", "\xB6\xB3", "\xB6\xC4", "\xB6\xC5", "\xB6\xB1"};
     CSearchKanaProc search;
     for (const std::string full : typed) {
         for (size_t len = 1; len <= full.size(); ++len) {
@@ -143,7 +91,7 @@ TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
                 EXPECT_EQ(want.size(), search.GetRefinedTotal(g1, g2, kAny, kAny));
                 std::vector<CLocationData> out(want.size() + 1);
                 ASSERT_TRUE(search.GetList(out.data(), 0, out.size(), g1, g2, kAny, kAny));
-                EXPECT_EQ(want, testsupport::Listed(out));
+                EXPECT_EQ(want, Listed(out));
             }
         }
     }
@@ -154,47 +102,30 @@ TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
 }
 
 // Hand-made trees: 12-byte nodes after a 16-byte header.
-struct NodeSpec {
-    unsigned char ch;
-    uint32_t firstChild;
-    unsigned char children;
-    uint32_t firstId;
-    uint16_t count;
-};
+struct NodeSpec { unsigned char ch; uint32_t firstChild; unsigned char children; uint32_t firstId;
+    uint16_t count; };
 mapdb::Bytes Tree(const std::vector<NodeSpec>& nodes) {
     mapdb::ByteWriter w;
     w.Zeros(16);
-    for (const NodeSpec& n : nodes) {
-        w.U8(n.ch);
-        w.U32(n.firstChild);
-        w.U8(n.children);
-        w.U32(n.firstId);
-        w.U16(n.count);
-    }
+    for (const NodeSpec& n : nodes)
+        w.U8(n.ch), w.U32(n.firstChild), w.U8(n.children), w.U32(n.firstId), w.U16(n.count);
     return w.Take();
 }
 
 TEST_F(KanaTest, ResultCodesOfHandMadeAndDamagedTrees) {
     constexpr uint32_t kLeaf = 0x7fffffff;
-    const uint32_t first = base_->ids[0] & 0xFF000000;  // any valid file number
+    const uint32_t first = base_.ids[0] & 0xFF000000;  // any valid file number
     // ｶ -> ｷ(0x8005) | ｸ(0x0005) ; ｷ -> ｹ
-    const std::vector<NodeSpec> good = {{0xB6, 1, 2, first, 9},
-                                        {0xB7, 3, 1, first + 1, 0x8005},
-                                        {0xB8, kLeaf, 0, first + 2, 0x0005},
-                                        {0xB9, kLeaf, 0, first + 3, 0x8001}};
+    const std::vector<NodeSpec> good = {{0xB6, 1, 2, first, 9}, {0xB7, 3, 1, first + 1, 0x8005},
+        {0xB8, kLeaf, 0, first + 2, 0x0005}, {0xB9, kLeaf, 0, first + 3, 0x8001}};
     mapdb::Bytes cutChild = Tree(good), cutNode = Tree(good);
     cutChild.resize(16 + 12 * 2 + 1);  // node 2 keeps only its character byte
     cutNode.resize(16 + 12 * 3 + 5);   // node 3 is cut short
     const mapdb::Bytes cycle = Tree({{0xB6, 0, 1, first, 3}});
     const mapdb::Bytes twins =
         Tree({{0xB6, 1, 2, first, 3}, {0xB7, kLeaf, 0, first, 1}, {0xB7, kLeaf, 0, first + 1, 2}});
-    struct Case {
-        const char* what;
-        mapdb::Bytes tree;
-        std::string reading;
-        unsigned long result, count;
-        std::set<unsigned long> keys;
-    } cases[] = {
+    struct Case { const char* what; mapdb::Bytes tree; std::string reading; unsigned long result,
+        count; std::set<unsigned long> keys; } cases[] = {
         {"flag set: code 2", Tree(good), "\xB6\xB7", 2, 5, {8}},
         {"flag clear: code 3", Tree(good), "\xB6\xB8", 3, 5, {}},
         {"leaf reached early", Tree(good), "\xB6\xB7\xB9\xB9\xB9", 2, 1, {}},
@@ -209,10 +140,8 @@ TEST_F(KanaTest, ResultCodesOfHandMadeAndDamagedTrees) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         mapdb::TempDir dir;
-        mapdb::PackWriter pack;
-        pack.Add("K182.idx", c.tree);
-        pack.Write(dir.path(), "KANAMA");
-        settings_.Use(dir.path(), tmp_->path(), true, true);
+        WritePack(dir.path(), "KANAMA", {{"K182.idx", c.tree}});
+        settings_.Use(dir.path(), dir_.path(), true, true);
         CSearchKanaProc search;
         unsigned long count = 77;
         ASSERT_EQ(c.result, search.SearchProc(&count, Z(c.reading).data()));

@@ -1,52 +1,73 @@
-// Test support: small POI sets for the base data writer, and record and text helpers.
+// Test support for the search tests: the writers and helpers they share, small POIs, record and
+// text helpers, and a fixture whose database is written once per suite.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstring>
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "BaseWriter.h"
+#include "ByteWriter.h"
+#include "GenreWriter.h"
+#include "KanaWriter.h"
+#include "PackWriter.h"
 #include "SearchProc.h"
+#include "TempDir.h"
+#include "TextTools.h"
+#include "VicinityWriter.h"
+#include "support/Settings.h"
 
 namespace testsupport {
 
 // Tokyo station in milliseconds of arc (multiples of 10, so they survive the 1/100 s storage).
-constexpr uint32_t kTokyoLon = 503161560;
-constexpr uint32_t kTokyoLat = 128452320;
+constexpr uint32_t kTokyoLon = 503161560, kTokyoLat = 128452320;
 constexpr unsigned long kAny = 255;
 
 inline mapdb::PoiSource MakePoi(const std::string& name, const std::string& reading,
-                                uint32_t g1 = 1, uint32_t g2 = 2, uint32_t g3 = 3,
-                                uint32_t g4 = 4) {
+                                uint32_t g1 = 1, uint32_t g2 = 2, uint32_t g3 = 3, uint32_t g4 = 4) {
     mapdb::PoiSource p;
-    p.texts = {name};
-    p.reading = reading;
-    p.genre = {{g1, g2, g3, g4}};
-    p.tel = 312345678;
-    p.lonMs = kTokyoLon;
-    p.latMs = kTokyoLat;
+    p.texts = {name}, p.reading = reading, p.genre = {{g1, g2, g3, g4}}, p.tel = 312345678;
+    p.lonMs = kTokyoLon, p.latMs = kTokyoLat;
     return p;
 }
 
 // The first string of a record's text area.
-inline std::string NameOf(const CLocationData& r) {
-    return std::string(r.szName);
-}
+inline std::string NameOf(const CLocationData& r) { return std::string(r.szName); }
 
 // A NUL-terminated copy of `s` for the interfaces that take unsigned char*.
 inline std::vector<unsigned char> Z(const std::string& s) {
-    std::vector<unsigned char> out(s.begin(), s.end());
-    out.push_back(0);
-    return out;
+    return std::vector<unsigned char>(s.c_str(), s.c_str() + s.size() + 1);
 }
 
 // The ids of the filled records (dwID not 0), in order.
 inline std::vector<unsigned long> Listed(const std::vector<CLocationData>& out) {
     std::vector<unsigned long> ids;
-    for (const CLocationData& r : out) {
-        if (r.dwID != 0) ids.push_back(r.dwID);
-    }
+    for (const CLocationData& r : out) if (r.dwID != 0) ids.push_back(r.dwID);
     return ids;
 }
+
+// A "name" folder holding the given packed files.
+inline void WritePack(const std::string& root, const char* name,
+                      const std::map<std::string, mapdb::Bytes>& files) {
+    mapdb::PackWriter pack;
+    for (const auto& [file, data] : files) pack.Add(file, data);
+    pack.Write(root, name);
+}
+
+// A fixture whose database Derived::Write(folder) writes once for the suite; every test starts
+// pointed at it.
+template <class Derived>
+struct SuiteDb : SettingsTest {
+    static void SetUpTestSuite() { Derived::Write(dir_.path()); }
+    void SetUp() override { settings_.Use(dir_.path()); }
+    static inline mapdb::TempDir dir_;
+};
 
 }  // namespace testsupport

@@ -14,35 +14,24 @@ namespace testsupport {
 class ScopedSettings {
 public:
     ScopedSettings() : db_(g_blEnableDB), sd_(g_blEnableSD) {
-        memcpy(path_, g_tcharPath, sizeof(path_));
-        memcpy(sdPath_, g_tcharSDPath, sizeof(sdPath_));
+        memcpy(path_, g_tcharPath, sizeof(path_)), memcpy(sdPath_, g_tcharSDPath, sizeof(sdPath_));
     }
     ~ScopedSettings() {
-        memcpy(g_tcharPath, path_, sizeof(path_));
-        memcpy(g_tcharSDPath, sdPath_, sizeof(sdPath_));
-        g_blEnableDB = db_;
-        g_blEnableSD = sd_;
+        memcpy(g_tcharPath, path_, sizeof(path_)), memcpy(g_tcharSDPath, sdPath_, sizeof(sdPath_));
+        g_blEnableDB = db_, g_blEnableSD = sd_;
     }
     // Points the database path at `db` and the SD path at `sd`, with the given switches.
-    void Use(const std::string& db, const std::string& sd = "", bool enableDB = true,
-             bool enableSD = false) {
-        CCommonProc::SetPath(db.c_str());
-        CCommonProc::SetSDPath(sd.c_str());
-        CCommonProc::EnableDB(enableDB);
-        CCommonProc::EnableSD(enableSD);
+    void Use(const std::string& db, const std::string& sd = "", bool on = true, bool sdOn = false) {
+        CCommonProc::SetPath(db.c_str()), CCommonProc::SetSDPath(sd.c_str());
+        CCommonProc::EnableDB(on), CCommonProc::EnableSD(sdOn);
     }
 
 private:
-    char path_[256];
-    char sdPath_[256];
-    bool db_;
-    bool sd_;
+    char path_[256], sdPath_[256];
+    bool db_, sd_;
 };
 
 // A fixture that restores the settings after every test.
-class SettingsTest : public ::testing::Test {
-protected:
-    ScopedSettings settings_;
-};
+struct SettingsTest : ::testing::Test { ScopedSettings settings_; };
 
 }  // namespace testsupport
