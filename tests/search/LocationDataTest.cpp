@@ -6,13 +6,19 @@
 namespace {
 
 TEST(LocationData, CopyDataHandsOutTheTextOnlyForAnEnabledPositionedRecord) {
-    const struct { uint32_t lon, lat; uint8_t disable; bool usable; } cases[] = {
-        {503161560, 128452320, 0, true}, {0, 128452320, 0, false},  // positioned; no longitude
-        {503161560, 0, 0, false}, {503161560, 128452320, 1, false}};  // no latitude; disabled
+    const struct {
+        uint32_t lon, lat;
+        uint8_t disable;
+        bool usable;
+    } cases[] = {{503161560, 128452320, 0, true},
+                 {0, 128452320, 0, false},  // positioned; no longitude
+                 {503161560, 0, 0, false},
+                 {503161560, 128452320, 1, false}};  // no latitude; disabled
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
         CPoiData poi;
-        poi.dwGenre1 = 1, poi.dwGenre4 = 4, poi.dwTelNo = 312345678, poi.lLon = c.lon, poi.lLat = c.lat;
+        poi.dwGenre1 = 1, poi.dwGenre4 = 4, poi.dwTelNo = 312345678, poi.lLon = c.lon,
+        poi.lLat = c.lat;
         poi.lArrLon = 7, poi.lArrLat = 8, poi.dwAttr = 101, poi.bDisable = c.disable;
         memcpy(poi.szName, "A\0B\0\0", 5);
         CLocationData d;
@@ -24,8 +30,10 @@ TEST(LocationData, CopyDataHandsOutTheTextOnlyForAnEnabledPositionedRecord) {
         EXPECT_EQ((std::vector<uint32_t>{1, 4, 312345678, c.lon, c.lat, 7, 8, 101, c.disable}),
                   (std::vector<uint32_t>{d.dwGenre1, d.dwGenre4, d.dwTelNo, d.lLon, d.lLat,
                                          d.lArrLon, d.lArrLat, d.dwAttr, d.bDisable}));
-        EXPECT_EQ(std::vector<uint32_t>(7, 0x78787878u), (std::vector<uint32_t>{d.dwID, d.dwRsv,
-                  d.dwWork, d.dwTelAux, d.dwRefID, d.dwDistance, d.dwArrAttr})) << "left as it was";
+        EXPECT_EQ(std::vector<uint32_t>(7, 0x78787878u),
+                  (std::vector<uint32_t>{d.dwID, d.dwRsv, d.dwWork, d.dwTelAux, d.dwRefID,
+                                         d.dwDistance, d.dwArrAttr}))
+            << "left as it was";
     }
 }
 

@@ -36,8 +36,10 @@ TEST_F(ArrivalTest, CollectsPointsInNumberOrderAndFindsEveryIndexPosition) {
         SCOPED_TRACE(i);
         EXPECT_EQ(names[i], NameOf(out[i]));
         // A fresh record takes the point as its own.
-        EXPECT_EQ((std::vector<uint32_t>{kTokyoLon + 10 * (i + 1), kTokyoLat, kTokyoLon + 10 * (i + 1), i + 1}),
-                  (std::vector<uint32_t>{out[i].lArrLon, out[i].lArrLat, out[i].lLon, out[i].dwArrAttr}));
+        EXPECT_EQ(
+            (std::vector<uint32_t>{kTokyoLon + 10 * (i + 1), kTokyoLat, kTokyoLon + 10 * (i + 1),
+                                   i + 1}),
+            (std::vector<uint32_t>{out[i].lArrLon, out[i].lArrLat, out[i].lLon, out[i].dwArrAttr}));
     }
     // Every position of a 45-entry index, the gaps between and the ends: no point is still a
     // success.
@@ -51,7 +53,8 @@ TEST_F(ArrivalTest, CollectsPointsInNumberOrderAndFindsEveryIndexPosition) {
     }
     // Windows of the list of three.
     ASSERT_EQ(1u, arrival.SearchProc(&count, 0xB1000002));
-    const unsigned long windows[][3] = {{0, 0, 0}, {0, 3, 1}, {2, 1, 1}, {3, 1, 0}, {2, 2, 0}, {9, 1, 0}};
+    const unsigned long windows[][3] = {{0, 0, 0}, {0, 3, 1}, {2, 1, 1},
+                                        {3, 1, 0}, {2, 2, 0}, {9, 1, 0}};
     for (const auto& w : windows)
         EXPECT_EQ(w[2], arrival.GetList(out, w[0], w[1])) << w[0] << "+" << w[1];
 }
@@ -78,16 +81,24 @@ TEST_F(ArrivalTest, NumberingGapEndsTheList) {
 
 TEST_F(ArrivalTest, DamagedMissingAndFallback) {
     mapdb::TempDir empty, cutDat, cutIdx, cutHeader;
-    const mapdb::Bytes idx = mapdb::ReadFile(tmp_ / "ARRIVAL/ARV.IDX"), dat = mapdb::ReadFile(tmp_ / "ARRIVAL/ARV.DAT");
+    const mapdb::Bytes idx = mapdb::ReadFile(tmp_ / "ARRIVAL/ARV.IDX"),
+                       dat = mapdb::ReadFile(tmp_ / "ARRIVAL/ARV.DAT");
     const std::tuple<const mapdb::TempDir*, mapdb::Bytes, mapdb::Bytes> files[] = {
-        {&cutDat, idx, {dat.begin(), dat.begin() + 20}}, {&cutIdx, mapdb::Bytes(23, 0), dat},
+        {&cutDat, idx, {dat.begin(), dat.begin() + 20}},
+        {&cutIdx, mapdb::Bytes(23, 0), dat},
         {&cutHeader, mapdb::Bytes(10, 0), dat}};
     for (const auto& [d, index, data] : files) {
         mapdb::MakeDirs(*d / "ARRIVAL");
-        mapdb::WriteFile(*d / "ARRIVAL/ARV.IDX", index), mapdb::WriteFile(*d / "ARRIVAL/ARV.DAT", data);
+        mapdb::WriteFile(*d / "ARRIVAL/ARV.IDX", index),
+            mapdb::WriteFile(*d / "ARRIVAL/ARV.DAT", data);
     }
     // arrLon: of the first point
-    struct Case { const char* what; std::string db; bool enableDB, enableSD; unsigned long result, count, arrLon; } cases[] = {
+    struct Case {
+        const char* what;
+        std::string db;
+        bool enableDB, enableSD;
+        unsigned long result, count, arrLon;
+    } cases[] = {
         {"data cut: the point counts but fills nothing", cutDat.path(), true, false, 1, 3, 0},
         {"index shorter than one entry", cutIdx.path(), true, false, 0, 0, 0},
         {"index shorter than its header", cutHeader.path(), true, false, 0, 0, 0},

@@ -8,7 +8,9 @@ namespace {
 using namespace testsupport;
 constexpr unsigned long kFile = 177, kRecords = 1203;  // three containers, the last one short
 
-unsigned long Id(unsigned long r, unsigned long f = kFile) { return f << 24 | r; }
+unsigned long Id(unsigned long r, unsigned long f = kFile) {
+    return f << 24 | r;
+}
 std::array<uint32_t, 4> GenresOf(unsigned long i) {
     return {{static_cast<uint32_t>(i % 3 + 1), static_cast<uint32_t>(i % 5),
              i % 7 == 0 ? 255u : static_cast<uint32_t>(i % 7), static_cast<uint32_t>(i % 2)}};
@@ -17,12 +19,15 @@ std::array<uint32_t, 4> GenresOf(unsigned long i) {
 struct BaseDataTest : SuiteDb<BaseDataTest> {
     static void Write(const std::string& root) {
         std::vector<mapdb::PoiSource> pois;
-        const char* digits[] = {"ア", "イ", "ウ", "エ", "オ", "カ", "キ", "ク", "ケ", "コ", "サ", "シ", "ス"};
+        const char* digits[] = {"ア", "イ", "ウ", "エ", "オ", "カ", "キ",
+                                "ク", "ケ", "コ", "サ", "シ", "ス"};
         for (uint32_t i = 0; i < kRecords; ++i) {
             // Readings that sort in input order: "ア" and three digits written in kana.
             const auto g = GenresOf(i);
-            pois.push_back(MakePoi("POI" + std::to_string(i), std::string("ア") + digits[i / 100]
-                + digits[i / 10 % 10] + digits[i % 10], g[0], g[1], g[2], g[3]));
+            pois.push_back(
+                MakePoi("POI" + std::to_string(i),
+                        std::string("ア") + digits[i / 100] + digits[i / 10 % 10] + digits[i % 10],
+                        g[0], g[1], g[2], g[3]));
             mapdb::PoiSource& p = pois.back();
             p.texts.push_back("ﾎﾟｲ"), p.tel = 300000000 + i, p.attr = static_cast<uint8_t>(i);
             p.lonMs = kTokyoLon + i * 10, p.latMs = kTokyoLat + i * 20;
@@ -31,7 +36,8 @@ struct BaseDataTest : SuiteDb<BaseDataTest> {
         ids_ = mapdb::WriteBase(root, pois).ids;
         std::vector<mapdb::ArrivalSource> arrivals;
         for (uint32_t r : {0u, 1u, 3u})
-            arrivals.push_back({uint32_t(Id(r)), {{"gate", kTokyoLon + 10 * (r + 1), kTokyoLat, uint8_t(9 + r)}}});
+            arrivals.push_back(
+                {uint32_t(Id(r)), {{"gate", kTokyoLon + 10 * (r + 1), kTokyoLat, uint8_t(9 + r)}}});
         mapdb::WriteArrival(root, arrivals);
     }
 
@@ -41,13 +47,17 @@ struct BaseDataTest : SuiteDb<BaseDataTest> {
         std::vector<unsigned long> out;
         for (unsigned long r = first; r < first + count; ++r) {
             const auto c = GenresOf(r);
-            if ((g[0] == kAny || c[0] == g[0]) && (g[1] == kAny || (c[1] == g[1] && (g[2] == kAny ||
-                (c[2] == g[2] && (g[3] == kAny || c[3] == g[3])))))) out.push_back(Id(r));
+            if ((g[0] == kAny || c[0] == g[0]) &&
+                (g[1] == kAny ||
+                 (c[1] == g[1] &&
+                  (g[2] == kAny || (c[2] == g[2] && (g[3] == kAny || c[3] == g[3]))))))
+                out.push_back(Id(r));
         }
         return out;
     }
-    static std::vector<unsigned long> Page(CSearchBaseDataProc& base, unsigned long first, unsigned long n,
-                                           unsigned long from, unsigned long size, const unsigned long* g, bool ok = true) {
+    static std::vector<unsigned long> Page(CSearchBaseDataProc& base, unsigned long first,
+                                           unsigned long n, unsigned long from, unsigned long size,
+                                           const unsigned long* g, bool ok = true) {
         std::vector<CLocationData> out(std::max(size, 1ul));
         EXPECT_EQ(ok, base.GetList(out.data(), Id(first), n, from, size, g[0], g[1], g[2], g[3]));
         return Listed(out);
@@ -67,10 +77,11 @@ TEST_F(BaseDataTest, LooksUpRecordsAcrossContainersAndFiles) {
         uint32_t attr = 0, digit = 1;  // the flag bits written as decimal digits
         for (int bit = 0; bit < 8; ++bit, digit *= 10) attr += (r >> bit & 1) ? digit : 0;
         const auto g = GenresOf(r);
-        EXPECT_EQ((std::vector<unsigned long>{Id(r), g[0], g[1], g[2], g[3], 300000000 + r, kTokyoLon + r * 10,
-                                              kTokyoLat + r * 20, attr, 0}),
-                  (std::vector<unsigned long>{out.dwID, out.dwGenre1, out.dwGenre2, out.dwGenre3, out.dwGenre4,
-                                              out.dwTelNo, out.lLon, out.lLat, out.dwAttr, out.lArrLon}));
+        EXPECT_EQ((std::vector<unsigned long>{Id(r), g[0], g[1], g[2], g[3], 300000000 + r,
+                                              kTokyoLon + r * 10, kTokyoLat + r * 20, attr, 0}),
+                  (std::vector<unsigned long>{out.dwID, out.dwGenre1, out.dwGenre2, out.dwGenre3,
+                                              out.dwGenre4, out.dwTelNo, out.lLon, out.lLat,
+                                              out.dwAttr, out.lArrLon}));
         EXPECT_EQ("POI" + std::to_string(r) + '\0' + "\xCE\xDF\xB2",
                   std::string(out.szName, 4 + std::to_string(r).size() + 3));
     }
@@ -92,12 +103,13 @@ TEST_F(BaseDataTest, RangesFiltersAndBookmarkedPagesMatchOneListing) {
     const unsigned long ranges[][2] = {{203, 203}, {204, 0}, {0x8000 | 203, 203}};  // count, total
     for (const auto& r : ranges) {
         EXPECT_EQ(r[1], base.GetRefinedTotal(Id(1000), r[0], kAny, kAny, kAny, kAny)) << r[0];
-        EXPECT_EQ(r[1] ? tail : std::vector<unsigned long>(), Page(base, 1000, r[0], 0, 203, kAll, r[1] != 0));
+        EXPECT_EQ(r[1] ? tail : std::vector<unsigned long>(),
+                  Page(base, 1000, r[0], 0, 203, kAll, r[1] != 0));
     }
     EXPECT_TRUE(Page(base, 1000, 204, 0, 0, kAll).empty()) << "an empty page succeeds";
     // Levels 3 and 4 after a wildcard are ignored; nothing matches the last.
-    const unsigned long A = kAny, filters[][4] = {{A, A, A, A}, {2, 3, A, A}, {2, 3, 5, 1}, {A, 1, A, A},
-                                                 {1, A, 4, 0}, {1, 2, 3, 4}};
+    const unsigned long A = kAny, filters[][4] = {{A, A, A, A}, {2, 3, A, A}, {2, 3, 5, 1},
+                                                  {A, 1, A, A}, {1, A, 4, 0}, {1, 2, 3, 4}};
     const unsigned long page = 10, first = 5, count = kRecords - first;
     for (const auto& g : filters) {
         SCOPED_TRACE(testing::Message() << g[0] << "," << g[1] << "," << g[2] << "," << g[3]);
@@ -108,7 +120,10 @@ TEST_F(BaseDataTest, RangesFiltersAndBookmarkedPagesMatchOneListing) {
         // Pages forward, backward and jumping, interleaved with another range and another
         // filter: each listing's bookmark never steers the other.
         const unsigned long* next = filters[(&g - filters + 1) % std::size(filters)];
-        struct Listing { unsigned long start, n; const unsigned long* g; } const listings[] = {
+        struct Listing {
+            unsigned long start, n;
+            const unsigned long* g;
+        } const listings[] = {
             {first, count, g}, {600, 300, g}, {first, count, next}, {first, count, g}};
         const unsigned long pages = (all.size() + page - 1) / page;
         std::vector<unsigned long> order = {2, 1, 3, 0};
@@ -117,8 +132,9 @@ TEST_F(BaseDataTest, RangesFiltersAndBookmarkedPagesMatchOneListing) {
         for (unsigned long p : order)
             for (const Listing& l : listings) {
                 const std::vector<unsigned long> want = Expected(l.start, l.n, l.g);
-                EXPECT_EQ(std::vector<unsigned long>(want.begin() + std::min(want.size(), p * page),
-                                                     want.begin() + std::min(want.size(), (p + 1) * page)),
+                EXPECT_EQ(std::vector<unsigned long>(
+                              want.begin() + std::min(want.size(), p * page),
+                              want.begin() + std::min(want.size(), (p + 1) * page)),
                           Page(paged, l.start, l.n, p * page, page, l.g))
                     << "from " << l.start << " filter " << l.g[0] << "," << l.g[1] << " page " << p;
             }
@@ -133,21 +149,27 @@ TEST_F(BaseDataTest, ListsFewerMatchesThanAskedAndAddsArrivalPoints) {
     EXPECT_EQ((std::vector<unsigned long>{Id(0), Id(1), Id(2), Id(3), Id(4), Id(5)}), Listed(out));
     EXPECT_EQ(0, out[7].szName[0]) << "unfilled records are zeroed";
     // Arrival points stop at the first record without one; the POI's own name is kept.
-    EXPECT_EQ((std::vector<unsigned long>{kTokyoLon + 10, kTokyoLon + 20, 0, 0, 9}), (std::vector<unsigned long>{
-        out[0].lArrLon, out[1].lArrLon, out[2].lArrLon, out[3].lArrLon, out[0].dwArrAttr}));
+    EXPECT_EQ((std::vector<unsigned long>{kTokyoLon + 10, kTokyoLon + 20, 0, 0, 9}),
+              (std::vector<unsigned long>{out[0].lArrLon, out[1].lArrLon, out[2].lArrLon,
+                                          out[3].lArrLon, out[0].dwArrAttr}));
     EXPECT_EQ("POI1", NameOf(out[1]));
 }
 
 TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {
     const mapdb::Bytes idx = mapdb::ReadFile(dir_ / "BASE/B177.IDX"),
-        cnt = mapdb::ReadFile(dir_ / "BASE/B177.CNT"), dat = mapdb::ReadFile(dir_ / "BASE/B177.DAT");
+                       cnt = mapdb::ReadFile(dir_ / "BASE/B177.CNT"),
+                       dat = mapdb::ReadFile(dir_ / "BASE/B177.DAT");
     mapdb::Bytes badOffset = idx, reversed = cnt;
     badOffset[16 + 5 * 3 + 3] = badOffset[16 + 5 * 3 + 4] = 0xFF;  // record 3 past its container
     for (int k = 0; k < 3; ++k) std::swap(reversed[16 + k], reversed[19 + k]);
     // Records 0 and 1 found, the total of records 0-4, the ones filled before a failure (all five:
     // listed).
-    struct Case { mapdb::Bytes parts[3]; bool rec0, rec1; unsigned long total;
-        std::vector<unsigned long> filled; } cases[] = {
+    struct Case {
+        mapdb::Bytes parts[3];
+        bool rec0, rec1;
+        unsigned long total;
+        std::vector<unsigned long> filled;
+    } cases[] = {
         {{idx, cnt, dat}, true, true, 5, {0, 1, 2, 3, 4}},
         {{idx, cnt, {}}, false, false, 5, {}},                               // no data file
         {{{}, cnt, dat}, false, false, 0, {}},                               // no index
@@ -163,14 +185,17 @@ TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {
         settings_.Use(sw ? empty.path() : dir_.path(), dir_.path(), sw != 3, sw != 2);
         CLocationData out;
         EXPECT_EQ(sw < 2, CSearchBaseDataProc().SearchProc(&out, Id(42))) << sw;
-        EXPECT_EQ(sw < 2, CSearchBaseDataProc().GetList(&out, Id(42), 1, 0, 1, kAny, kAny, kAny, kAny)) << sw;
+        EXPECT_EQ(sw < 2,
+                  CSearchBaseDataProc().GetList(&out, Id(42), 1, 0, 1, kAny, kAny, kAny, kAny))
+            << sw;
     }
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
         mapdb::TempDir copy;
         mapdb::MakeDirs(copy / "BASE");
         const char* names[] = {"BASE/B177.IDX", "BASE/B177.CNT", "BASE/B177.DAT"};
-        for (int k = 0; k < 3; ++k) if (!c.parts[k].empty()) mapdb::WriteFile(copy / names[k], c.parts[k]);
+        for (int k = 0; k < 3; ++k)
+            if (!c.parts[k].empty()) mapdb::WriteFile(copy / names[k], c.parts[k]);
         settings_.Use(copy.path());
         CLocationData out;
         CSearchBaseDataProc base;
@@ -193,10 +218,12 @@ TEST(Writers, RefuseWhatCannotBeStored) {
     EXPECT_THROW(mapdb::WriteBase(tmp.path(), {MakePoi("x", "ーア")}), mapdb::Error);
     EXPECT_THROW(mapdb::WriteBase(tmp.path(), {west}), mapdb::Error);
     // Voiced readings file under their plain kana.
-    const mapdb::BaseResult r = mapdb::WriteBase(tmp.path(), {MakePoi("x", "ガス"), MakePoi("y", "ヴ")});
+    const mapdb::BaseResult r =
+        mapdb::WriteBase(tmp.path(), {MakePoi("x", "ガス"), MakePoi("y", "ヴ")});
     EXPECT_EQ((std::vector<uint32_t>{0xB6000000, 0xB3000000}), r.ids);
     EXPECT_EQ(std::string("\xB6\xBD"), r.readings[0]);
-    EXPECT_THROW(mapdb::WriteKana(tmp.path(), {MakePoi("x", "キ"), MakePoi("y", "ヴ")}, r), mapdb::Error)
+    EXPECT_THROW(mapdb::WriteKana(tmp.path(), {MakePoi("x", "キ"), MakePoi("y", "ヴ")}, r),
+                 mapdb::Error)
         << "not the base data";
     EXPECT_THROW(mapdb::WriteArrival(tmp.path(), {{1, {{"w", 431999990, kTokyoLat, 0}}}}),
                  mapdb::Error);

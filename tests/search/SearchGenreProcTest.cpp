@@ -63,11 +63,14 @@ struct GenreTest : SuiteDb<GenreTest> {
     static std::vector<unsigned long> Run(const Key& key) {
         std::vector<unsigned long> out;
         for (unsigned long i = 0; i < 60; ++i)
-            for (const Key& k : KeysOf(i)) if (k == key) out.push_back(ids_[i]);
+            for (const Key& k : KeysOf(i))
+                if (k == key) out.push_back(ids_[i]);
         std::sort(out.begin(), out.end());
         return out;
     }
-    static unsigned long Search(CSearchGenreProc& s, const Key& k, unsigned long* n) { return s.SearchProc(n, k[0], k[1], k[2], k[3], k[4]); }
+    static unsigned long Search(CSearchGenreProc& s, const Key& k, unsigned long* n) {
+        return s.SearchProc(n, k[0], k[1], k[2], k[3], k[4]);
+    }
     static inline std::vector<uint32_t> ids_;
     static inline std::set<Key> all_;
 };
@@ -90,13 +93,15 @@ TEST_F(GenreTest, FindsEveryRunAndTheWildcardRules) {
         const unsigned long n = run.size(), windows[][2] = {{n - 1, 3}, {n, 2}, {n + 1, 1}, {1, 1}};
         for (const auto& w : windows) {
             std::vector<unsigned long> ids(4, 7), expect(4, 7);
-            for (unsigned long k = 0; k < w[1]; ++k) expect[k] = w[0] + k < n ? run[w[0] + k] : kNone;
+            for (unsigned long k = 0; k < w[1]; ++k)
+                expect[k] = w[0] + k < n ? run[w[0] + k] : kNone;
             EXPECT_EQ(1u, search.GetID(ids.data(), w[0], w[1]));
             EXPECT_EQ(expect, ids) << w[0] << "+" << w[1];
             out.assign(4, CLocationData());
             search.GetList(out.data(), w[0], w[1]);
             EXPECT_EQ(std::vector<unsigned long>(run.begin() + std::min(n, w[0]),
-                                                 run.begin() + std::min(n, w[0] + w[1])), Listed(out));
+                                                 run.begin() + std::min(n, w[0] + w[1])),
+                      Listed(out));
         }
     }
     // In turn on one search: a miss repeats the count of the last hit (0 before any).
@@ -104,9 +109,16 @@ TEST_F(GenreTest, FindsEveryRunAndTheWildcardRules) {
     // No such file; a level-5 value not stored; stored 63 in levels 2-3 matches 255 but not 63;
     // level 4 of 255 matches nothing; level 5 of 255 is stored.
     const unsigned long h = Run(hit).size();
-    const struct { Key key; unsigned long found, count; } cases[] = {{{{9, 0, 0, 0, 0}}, 0, 0},
-        {{{1, 0, 0, 0, 99}}, 0, 0}, {hit, 1, h}, {{{1, 63, 63, 0, 255}}, 0, h}, {{{1, 255, 255, 255, 7}}, 0, h},
-        {{{1, 0, 0, 255, 255}}, 0, h}, {{{1, 0, 0, 0, 255}}, 1, Run({{1, 0, 0, 0, 255}}).size()}};
+    const struct {
+        Key key;
+        unsigned long found, count;
+    } cases[] = {{{{9, 0, 0, 0, 0}}, 0, 0},
+                 {{{1, 0, 0, 0, 99}}, 0, 0},
+                 {hit, 1, h},
+                 {{{1, 63, 63, 0, 255}}, 0, h},
+                 {{{1, 255, 255, 255, 7}}, 0, h},
+                 {{{1, 0, 0, 255, 255}}, 0, h},
+                 {{{1, 0, 0, 0, 255}}, 1, Run({{1, 0, 0, 0, 255}}).size()}};
     CSearchGenreProc rules;
     for (const auto& c : cases) {
         unsigned long count = 0;
@@ -154,14 +166,20 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
     // from position 0 into ids pre-filled with 55. Rows: whole; no base data; index of the header
     // only; index cut; offsets of a header and less than an id; offsets cut after one id; run past
     // the file; an id of file 1; no offset file.
-    const struct { mapdb::Bytes idx, ofs; bool baseData; unsigned long search, list;
-        std::vector<unsigned long> ids; } cases[] = {{run3, ofs3, true, 1, 1, {id0, id1, id2}},
-        {run3, ofs3, false, 1, 0, {id0, id1, id2}}, {mapdb::Bytes(16), ofs3, true, 0, 0, {}},
-        {{run3.begin(), run3.begin() + 27}, ofs3, true, 0, 0, {}}, {run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
-        {run3, {ofs3.begin(), ofs3.begin() + 22}, true, 1, 1, {id0, 55, 55}},
-        {IndexImage({key}, 1000), ofs3, true, 1, 1, {id0, id1, id2}},
-        {IndexImage({key}, 2), badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
-        {IndexImage({key}, 2), {}, true, 1, 0, {55, 55, 55}}};
+    const struct {
+        mapdb::Bytes idx, ofs;
+        bool baseData;
+        unsigned long search, list;
+        std::vector<unsigned long> ids;
+    } cases[] = {{run3, ofs3, true, 1, 1, {id0, id1, id2}},
+                 {run3, ofs3, false, 1, 0, {id0, id1, id2}},
+                 {mapdb::Bytes(16), ofs3, true, 0, 0, {}},
+                 {{run3.begin(), run3.begin() + 27}, ofs3, true, 0, 0, {}},
+                 {run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
+                 {run3, {ofs3.begin(), ofs3.begin() + 22}, true, 1, 1, {id0, 55, 55}},
+                 {IndexImage({key}, 1000), ofs3, true, 1, 1, {id0, id1, id2}},
+                 {IndexImage({key}, 2), badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
+                 {IndexImage({key}, 2), {}, true, 1, 0, {55, 55, 55}}};
     mapdb::TempDir empty;
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);

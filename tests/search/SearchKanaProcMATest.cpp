@@ -19,7 +19,11 @@ uint32_t Genre(unsigned long i, int level) {
 }
 
 struct KanaMATest : SuiteDb<KanaMATest> {
-    struct Poi { mapdb::PoiSource src; unsigned long id; std::string key; };  // key: normalised
+    struct Poi {
+        mapdb::PoiSource src;
+        unsigned long id;
+        std::string key;
+    };  // key: normalised
     static void Write(const std::string& root) {
         std::vector<mapdb::PoiSource> src;
         for (unsigned long i = 0; i < 90; ++i) {
@@ -31,17 +35,20 @@ struct KanaMATest : SuiteDb<KanaMATest> {
             // A small grid: several POIs share a position, hence a distance.
             auto& p = src.back();
             p.texts.push_back(i % 5 ? "横浜" : "東京"), p.attr = static_cast<uint8_t>(i);
-            p.lonMs = kTokyoLon + uint32_t(i % 7) * 10000, p.latMs = kTokyoLat + uint32_t(i % 4) * 10000;
+            p.lonMs = kTokyoLon + uint32_t(i % 7) * 10000,
+            p.latMs = kTokyoLat + uint32_t(i % 4) * 10000;
         }
         mapdb::BaseResult base = mapdb::WriteBase(root, src);
         mapdb::WriteKana(root, src, base);
-        for (size_t i = 0; i < src.size(); ++i) pois_.push_back({src[i], base.ids[i], base.readings[i]});
+        for (size_t i = 0; i < src.size(); ++i)
+            pois_.push_back({src[i], base.ids[i], base.readings[i]});
     }
 
     // The POIs under a reading prefix, in file (id) order.
     static std::vector<const Poi*> Run(const std::string& prefix) {
         std::vector<const Poi*> out;
-        for (const Poi& p : pois_) if (p.key.compare(0, prefix.size(), prefix) == 0) out.push_back(&p);
+        for (const Poi& p : pois_)
+            if (p.key.compare(0, prefix.size(), prefix) == 0) out.push_back(&p);
         std::sort(out.begin(), out.end(), [](const Poi* a, const Poi* b) { return a->id < b->id; });
         return out;
     }
@@ -50,7 +57,10 @@ struct KanaMATest : SuiteDb<KanaMATest> {
         for (size_t i = 0; i < pois.size() && i < n; ++i) ids.push_back(pois[i]->id);
         return ids;
     }
-    static void Search(CSearchKanaProcMA* s, const char* r) { unsigned long n = 0; ASSERT_NE(0u, s->SearchProc(&n, Z(r).data())); }
+    static void Search(CSearchKanaProcMA* s, const char* r) {
+        unsigned long n = 0;
+        ASSERT_NE(0u, s->SearchProc(&n, Z(r).data()));
+    }
     static inline std::vector<Poi> pois_;
 };
 
@@ -58,32 +68,47 @@ TEST_F(KanaMATest, TotalsAndListsUnderEveryFilterShape) {
     // Texts: none, "駅前", "東京" and half of a character.
     const std::string texts[] = {"", mapdb::Utf8ToSjis("駅前"), mapdb::Utf8ToSjis("東京"),
                                  mapdb::Utf8ToSjis("前店").substr(1, 2)};
-    const unsigned long A = kAny, filters[][7] = {  // four levels, flags, text 1, text 2
-        {A, A, A, A, 0, 0, 0}, {1, 2, A, A, 0, 0, 0}, {1, 2, 0, A, 0, 0, 0}, {2, 1, 1, 0, 0, 0, 0},
-        {A, 3, A, A, 0, 0, 0}, {0, A, 1, A, 0, 0, 0}, {255, 255, 255, 0, 0, 0, 0},
-        {32, A, A, A, 0, 0, 0}, {A, A, A, A, 5, 0, 0}, {1, A, A, A, 2, 0, 0}, {A, A, A, A, 0, 1, 2},
-        {2, A, A, A, 1, 0, 2}, {A, A, A, A, 0, 3, 0}};
+    const unsigned long A = kAny,
+                        filters[][7] = {// four levels, flags, text 1, text 2
+                                        {A, A, A, A, 0, 0, 0},       {1, 2, A, A, 0, 0, 0},
+                                        {1, 2, 0, A, 0, 0, 0},       {2, 1, 1, 0, 0, 0, 0},
+                                        {A, 3, A, A, 0, 0, 0},       {0, A, 1, A, 0, 0, 0},
+                                        {255, 255, 255, 0, 0, 0, 0}, {32, A, A, A, 0, 0, 0},
+                                        {A, A, A, A, 5, 0, 0},       {1, A, A, A, 2, 0, 0},
+                                        {A, A, A, A, 0, 1, 2},       {2, A, A, A, 1, 0, 2},
+                                        {A, A, A, A, 0, 3, 0}};
     CSearchKanaProcMA search;
     for (const char* reading : {"\xB1", "\xB6\xB6\xDE", "\xB6\xB2\xB6\xDE"}) {
         Search(&search, reading);
         const std::vector<const Poi*> run = Run(mapdb::NormalisedReading(reading));
         ASSERT_FALSE(run.empty());
         for (const auto& f : filters) {
-            SCOPED_TRACE(testing::Message() << mapdb::SjisToUtf8(reading) << " filter " << &f - filters);
-            auto has = [&](const Poi* p, unsigned long t) { return t == 0 || (t < 3 && std::any_of(p->src.texts.begin(),
-                p->src.texts.end(), [&](auto& s) { return s.find(mapdb::SjisToUtf8(texts[t])) != std::string::npos; })); };
+            SCOPED_TRACE(testing::Message()
+                         << mapdb::SjisToUtf8(reading) << " filter " << &f - filters);
+            auto has = [&](const Poi* p, unsigned long t) {
+                return t == 0 ||
+                       (t < 3 &&
+                        std::any_of(p->src.texts.begin(), p->src.texts.end(), [&](auto& s) {
+                            return s.find(mapdb::SjisToUtf8(texts[t])) != std::string::npos;
+                        }));
+            };
             std::vector<const Poi*> byGenre, sortable;
             for (const Poi* p : run) {
                 auto level = [&](int k) { return f[k] == kAny || p->src.genre[k] == f[k]; };
                 // The first wildcard ends the comparison; the sortable list has three levels.
-                if (level(0) && (f[1] == kAny || (level(1) && (f[2] == kAny || (level(2) && level(3))))) &&
-                    (p->src.attr & f[4]) == f[4] && has(p, f[5]) && has(p, f[6])) byGenre.push_back(p);
+                if (level(0) &&
+                    (f[1] == kAny || (level(1) && (f[2] == kAny || (level(2) && level(3))))) &&
+                    (p->src.attr & f[4]) == f[4] && has(p, f[5]) && has(p, f[6]))
+                    byGenre.push_back(p);
                 if (f[0] == kAny || (level(0) && (f[1] == kAny || (level(1) && level(2)))))
                     sortable.push_back(p);
             }
             std::vector<unsigned char> t1 = Z(texts[f[5]]), t2 = Z(texts[f[6]]);
-            EXPECT_EQ(byGenre.size(), f[4] || f[5] || f[6] ? search.GetRefinedTotal(f[0], f[1], f[2], f[3], f[4],
-                f[5] ? t1.data() : nullptr, t2.data()) : search.GetRefinedTotal(f[0], f[1], f[2], f[3]));
+            EXPECT_EQ(byGenre.size(),
+                      f[4] || f[5] || f[6]
+                          ? search.GetRefinedTotal(f[0], f[1], f[2], f[3], f[4],
+                                                   f[5] ? t1.data() : nullptr, t2.data())
+                          : search.GetRefinedTotal(f[0], f[1], f[2], f[3]));
             std::vector<CLocationData> out(byGenre.size() + 1);
             EXPECT_TRUE(search.GetList(out.data(), 0, out.size()));
             EXPECT_EQ(Ids(byGenre), Listed(out));
@@ -92,8 +117,10 @@ TEST_F(KanaMATest, TotalsAndListsUnderEveryFilterShape) {
             EXPECT_TRUE(search.GetSortList(out.data(), 0, out.size()));
             EXPECT_EQ(Ids(sortable), Listed(out));
             int lat = 1, lon = 1;  // the position of the last sortable entry, none after it
-            EXPECT_EQ(!sortable.empty(), search.GetOffsetDataLatLng(&lat, &lon, sortable.size() - 1));
-            EXPECT_EQ(sortable.empty() ? 0u : sortable.back()->src.latMs, static_cast<uint32_t>(lat));
+            EXPECT_EQ(!sortable.empty(),
+                      search.GetOffsetDataLatLng(&lat, &lon, sortable.size() - 1));
+            EXPECT_EQ(sortable.empty() ? 0u : sortable.back()->src.latMs,
+                      static_cast<uint32_t>(lat));
             EXPECT_FALSE(search.GetOffsetDataLatLng(&lat, &lon, sortable.size()));
         }
     }
@@ -110,7 +137,8 @@ TEST_F(KanaMATest, DistanceSortCutsInFileOrderAndBreaksTiesById) {
         std::vector<std::pair<unsigned long, unsigned long>> expected;  // (distance, id)
         for (size_t i = 0; i < run.size() && i < keep; ++i) {
             unsigned long d = 0, dir = 0;
-            CDistanceProc().CalcDistanceForm(&d, &dir, lat, lon, int(run[i]->src.latMs), int(run[i]->src.lonMs));
+            CDistanceProc().CalcDistanceForm(&d, &dir, lat, lon, int(run[i]->src.latMs),
+                                             int(run[i]->src.lonMs));
             expected.push_back({d, run[i]->id});
         }
         std::sort(expected.begin(), expected.end());
@@ -125,16 +153,17 @@ TEST_F(KanaMATest, DistanceSortCutsInFileOrderAndBreaksTiesById) {
 TEST_F(KanaMATest, GenreMasksOfTheNextLevel) {
     CSearchKanaProcMA search;
     Search(&search, "\xB1");
-    const long A = kAny, cases[][4] = {  // filter; which level's code sets the bit, -1: none
-        {A, A, A, 0}, {A, 1, 1, 0}, {1, A, A, 1}, {2, A, 0, 1}, {1, 2, A, 2}, {0, 3, A, 2},
-        {1, 2, 0, -1}, {7, A, A, 1}};
+    const long A = kAny, cases[][4] = {// filter; which level's code sets the bit, -1: none
+                                       {A, A, A, 0}, {A, 1, 1, 0}, {1, A, A, 1},  {2, A, 0, 1},
+                                       {1, 2, A, 2}, {0, 3, A, 2}, {1, 2, 0, -1}, {7, A, A, 1}};
     size_t wide = 0;
     for (const auto& c : cases) {
         unsigned long expected = 0x80000000;  // bits are only added
         for (const Poi* p : Run("\xB1")) {
             const auto& g = p->src.genre;
             const long k = c[3];
-            if (k < 0 || (k >= 1 && g[0] != unsigned(c[0])) || (k >= 2 && g[1] != unsigned(c[1]))) continue;
+            if (k < 0 || (k >= 1 && g[0] != unsigned(c[0])) || (k >= 2 && g[1] != unsigned(c[1])))
+                continue;
             if (g[k] < 32) expected |= 1ul << g[k];
             wide += g[k] >= 32 && g[k] != 255;
         }
@@ -149,17 +178,23 @@ TEST_F(KanaMATest, MissingAndCutOffsetFiles) {
     const std::vector<const Poi*> run = Run("\xB1");
     // A tree of one node whose run is longer than the offset files; three entries of the run.
     mapdb::ByteWriter tree, ofs, ofs2;
-    tree.Zeros(16), tree.U8(0xB1), tree.U32(0x7fffffff), tree.U8(0), tree.U32(uint32_t(run[0]->id)), tree.U16(500);
+    tree.Zeros(16), tree.U8(0xB1), tree.U32(0x7fffffff), tree.U8(0), tree.U32(uint32_t(run[0]->id)),
+        tree.U16(500);
     ofs.Zeros(16), ofs2.Zeros(16);
     for (int i = 0; i < 3; ++i) {
         ofs.U32(uint32_t(run[i]->id)), ofs.U32(0);
         ofs2.U32(uint32_t(run[i]->id)), ofs2.U24(0), ofs2.U24(0x10000), ofs2.U24(0x10000);
     }
     const mapdb::Bytes cut(ofs.bytes().begin(), ofs.bytes().end() - 3);  // the third entry cut
-    struct Case { std::map<std::string, mapdb::Bytes> files; unsigned long total, sortTotal; } cases[] = {
-        {{}, 0, 0}, {{{"K177.ofs", mapdb::Bytes(23)}, {"K2177.ofs", mapdb::Bytes(28)}}, 0, 0},  // an entry less a byte
-        {{{"K177.ofs", ofs.bytes()}, {"K2177.ofs", ofs2.bytes()}}, 3, 3},
-        {{{"K177.ofs", cut}, {"K2177.ofs", ofs2.bytes()}}, 2, 3}};
+    struct Case {
+        std::map<std::string, mapdb::Bytes> files;
+        unsigned long total, sortTotal;
+    } cases[] = {{{}, 0, 0},
+                 {{{"K177.ofs", mapdb::Bytes(23)}, {"K2177.ofs", mapdb::Bytes(28)}},
+                  0,
+                  0},  // an entry less a byte
+                 {{{"K177.ofs", ofs.bytes()}, {"K2177.ofs", ofs2.bytes()}}, 3, 3},
+                 {{{"K177.ofs", cut}, {"K2177.ofs", ofs2.bytes()}}, 2, 3}};
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
         mapdb::TempDir dir;

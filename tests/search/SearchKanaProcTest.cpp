@@ -25,8 +25,12 @@ struct KanaTest : SuiteDb<KanaTest> {
 
     // The model of a search: the path the walk ends on (marks dropped, '-' the prolonged
     // sound, unknown characters skipped), the POIs under it, and the characters that follow.
-    struct Model { std::string path; std::vector<unsigned long> ids, genre21; bool complete = false;
-        std::set<unsigned long> keys; };  // ids ascending
+    struct Model {
+        std::string path;
+        std::vector<unsigned long> ids, genre21;
+        bool complete = false;
+        std::set<unsigned long> keys;
+    };  // ids ascending
     static Model Expect(const std::string& typed) {
         std::string key;
         for (unsigned char c : typed)
@@ -56,7 +60,8 @@ struct KanaTest : SuiteDb<KanaTest> {
     }
     static std::set<unsigned long> KeysSet(CSearchKanaProc& search) {
         std::set<unsigned long> keys;
-        for (unsigned long k = 0; k < 47; ++k) if (search.GetKeyState(k)) keys.insert(k);
+        for (unsigned long k = 0; k < 47; ++k)
+            if (search.GetKeyState(k)) keys.insert(k);
         return keys;
     }
     static inline std::vector<mapdb::PoiSource> pois_;
@@ -67,9 +72,21 @@ TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
     // ｶｷｸｹｺｻ down one branch to its end; ｶﾞｷﾞ voiced marks dropped; ﾊﾟﾝ; ｶ-ﾃﾝ the hyphen is the
     // prolonged sound; ｶﾇｷ ﾇ never follows ｶ and is skipped; longer than any reading; ...; marks
     // after ｳ, ﾄ, ﾅ, ｱ
-    const char* const typed[] = {"\xB6\xB7\xB8\xB9\xBA\xBB", "\xB6\xDE\xB7\xDE", "\xCA\xDF\xDD",
-        "\xB6-\xC3\xDD", "\xB6\xC7\xB7", "\xB6\xB7\xB8\xB9\xBA\xBB\xBC\xBD\xBE", "\xB1\xB2\xBD\xB6",
-        "\xA6", "\xDD\xB0", "\xC0\xDE\xB2", "\xCE\xDF\xB1", "\xB6\xB3", "\xB6\xC4", "\xB6\xC5", "\xB6\xB1"};
+    const char* const typed[] = {"\xB6\xB7\xB8\xB9\xBA\xBB",
+                                 "\xB6\xDE\xB7\xDE",
+                                 "\xCA\xDF\xDD",
+                                 "\xB6-\xC3\xDD",
+                                 "\xB6\xC7\xB7",
+                                 "\xB6\xB7\xB8\xB9\xBA\xBB\xBC\xBD\xBE",
+                                 "\xB1\xB2\xBD\xB6",
+                                 "\xA6",
+                                 "\xDD\xB0",
+                                 "\xC0\xDE\xB2",
+                                 "\xCE\xDF\xB1",
+                                 "\xB6\xB3",
+                                 "\xB6\xC4",
+                                 "\xB6\xC5",
+                                 "\xB6\xB1"};
     CSearchKanaProc search;
     for (const std::string full : typed) {
         for (size_t len = 1; len <= full.size(); ++len) {
@@ -102,8 +119,13 @@ TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
 }
 
 // Hand-made trees: 12-byte nodes after a 16-byte header.
-struct NodeSpec { unsigned char ch; uint32_t firstChild; unsigned char children; uint32_t firstId;
-    uint16_t count; };
+struct NodeSpec {
+    unsigned char ch;
+    uint32_t firstChild;
+    unsigned char children;
+    uint32_t firstId;
+    uint16_t count;
+};
 mapdb::Bytes Tree(const std::vector<NodeSpec>& nodes) {
     mapdb::ByteWriter w;
     w.Zeros(16);
@@ -116,16 +138,23 @@ TEST_F(KanaTest, ResultCodesOfHandMadeAndDamagedTrees) {
     constexpr uint32_t kLeaf = 0x7fffffff;
     const uint32_t first = base_.ids[0] & 0xFF000000;  // any valid file number
     // ｶ -> ｷ(0x8005) | ｸ(0x0005) ; ｷ -> ｹ
-    const std::vector<NodeSpec> good = {{0xB6, 1, 2, first, 9}, {0xB7, 3, 1, first + 1, 0x8005},
-        {0xB8, kLeaf, 0, first + 2, 0x0005}, {0xB9, kLeaf, 0, first + 3, 0x8001}};
+    const std::vector<NodeSpec> good = {{0xB6, 1, 2, first, 9},
+                                        {0xB7, 3, 1, first + 1, 0x8005},
+                                        {0xB8, kLeaf, 0, first + 2, 0x0005},
+                                        {0xB9, kLeaf, 0, first + 3, 0x8001}};
     mapdb::Bytes cutChild = Tree(good), cutNode = Tree(good);
     cutChild.resize(16 + 12 * 2 + 1);  // node 2 keeps only its character byte
     cutNode.resize(16 + 12 * 3 + 5);   // node 3 is cut short
     const mapdb::Bytes cycle = Tree({{0xB6, 0, 1, first, 3}});
     const mapdb::Bytes twins =
         Tree({{0xB6, 1, 2, first, 3}, {0xB7, kLeaf, 0, first, 1}, {0xB7, kLeaf, 0, first + 1, 2}});
-    struct Case { const char* what; mapdb::Bytes tree; std::string reading; unsigned long result,
-        count; std::set<unsigned long> keys; } cases[] = {
+    struct Case {
+        const char* what;
+        mapdb::Bytes tree;
+        std::string reading;
+        unsigned long result, count;
+        std::set<unsigned long> keys;
+    } cases[] = {
         {"flag set: code 2", Tree(good), "\xB6\xB7", 2, 5, {8}},
         {"flag clear: code 3", Tree(good), "\xB6\xB8", 3, 5, {}},
         {"leaf reached early", Tree(good), "\xB6\xB7\xB9\xB9\xB9", 2, 1, {}},

@@ -12,7 +12,9 @@ using namespace testsupport;
 // Mesh 5339: south-west corner 35 deg 20' N, 139 deg E; 40' by 1 degree.
 constexpr uint32_t kSouth = 127200000, kWest = 500400000, kMeshLat = 2400000, kMeshLon = 3600000;
 
-struct Point { uint32_t lat, lon; };
+struct Point {
+    uint32_t lat, lon;
+};
 constexpr Point kMid{kSouth + kMeshLat / 2, kWest + kMeshLon / 2};
 Point Offset(Point p, double northM, double eastM) {  // metres near 35.5 deg N
     return {static_cast<uint32_t>(p.lat + northM * 32.39),
@@ -22,8 +24,10 @@ VicinityPoi At(uint32_t id, Point p, uint32_t g1, uint32_t g2 = 0, uint32_t g3 =
     return {id, p.lon, p.lat, g1, g2, g3};
 }
 
-struct Hit { uint32_t id, dist, dir;
-    bool operator==(const Hit& o) const { return id == o.id && dist == o.dist && dir == o.dir; } };
+struct Hit {
+    uint32_t id, dist, dir;
+    bool operator==(const Hit& o) const { return id == o.id && dist == o.dist && dir == o.dir; }
+};
 
 // Brute force: every POI of the class whose cell centre (cells of 0.3" x 0.45") lies within
 // the radius (capped at 50 km), by (distance, id).
@@ -61,7 +65,8 @@ struct VicinityTest : SettingsTest {
         mapdb::WriteVicinity(dir_.path(), pois), settings_.Use(dir_.path());
     }
     // The radius search (radius 0: the widening one); checks the status and the count.
-    static std::vector<Hit> Search(Probe& v, Point c, int radius, unsigned long g1, unsigned long g2 = kAny) {
+    static std::vector<Hit> Search(Probe& v, Point c, int radius, unsigned long g1,
+                                   unsigned long g2 = kAny) {
         unsigned long count = 12345;
         EXPECT_EQ(1, radius ? v.SearchProc(&count, c.lat, c.lon, radius, g1, g2, kAny)
                             : v.SearchProc(&count, c.lat, c.lon, g1, g2, kAny));
@@ -76,14 +81,22 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
     // northern mesh, where POI 999999 lies within the radius.
     const Point border{kSouth + kMeshLat - 80 * 300 + 290, kMid.lon};
     const Point neCorner{kSouth + kMeshLat - 900 * 32, kWest + kMeshLon - 100 * 40};
-    const Point grid[] = {kMid, {kMid.lat, kWest + 400 * 40}, {kMid.lat, kWest + kMeshLon - 400 * 40},
-        {kSouth + 500 * 32, kMid.lon}, {kSouth + kMeshLat - 500 * 32, kMid.lon}, {kSouth + 300 * 32, kWest + 700 * 40},
-        neCorner, {kSouth + kMeshLat - 10, kWest + 10}, {kSouth, kWest + kMeshLon - 10}, border};  // edges, corners
+    const Point grid[] = {kMid,
+                          {kMid.lat, kWest + 400 * 40},
+                          {kMid.lat, kWest + kMeshLon - 400 * 40},
+                          {kSouth + 500 * 32, kMid.lon},
+                          {kSouth + kMeshLat - 500 * 32, kMid.lon},
+                          {kSouth + 300 * 32, kWest + 700 * 40},
+                          neCorner,
+                          {kSouth + kMeshLat - 10, kWest + 10},
+                          {kSouth, kWest + kMeshLon - 10},
+                          border};  // edges, corners
     std::vector<VicinityPoi> pois = {At(999999, {kSouth + kMeshLat + 150, border.lon}, 5, 1)};
     for (const Point& c : grid) {
         for (double n = -2600; n <= 2600; n += 130)
             for (double e = -2600; e <= 2600; e += 130)
-                pois.push_back(At(uint32_t(pois.size()), Offset(c, n, e), 5, pois.size() % 3, pois.size() % 5));
+                pois.push_back(At(uint32_t(pois.size()), Offset(c, n, e), 5, pois.size() % 3,
+                                  pois.size() % 5));
     }
     // Class 3 east and west of `far` for the radius cap; class 2 north and south of the
     // middle: a square wider than a mesh takes one neighbour per axis, the southern one first,
@@ -106,16 +119,25 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
     for (int k = 0; k < 3; ++k)
         for (int b = 0; b < 4; ++b)
             for (int i = 0; i < rings[k][b]; ++i) {
-                double a = i * 2.39996, d = bands[b][0] + (bands[b][1] - bands[b][0]) * (i + 0.5) / rings[k][b];
-                pois.push_back(At(id++, Offset(kMid, d * std::sin(a), d * std::cos(a)), k ? 6 + k : 10));
+                double a = i * 2.39996,
+                       d = bands[b][0] + (bands[b][1] - bands[b][0]) * (i + 0.5) / rings[k][b];
+                pois.push_back(
+                    At(id++, Offset(kMid, d * std::sin(a), d * std::cos(a)), k ? 6 + k : 10));
             }
     Build(pois);
     // hits: exact when the model alone is not the point
-    struct Row { Point c; int radius; unsigned long g1, g2; size_t hits; uint32_t skip; } rows[] = {
-        {far, 5000, 3, kAny, 5, 0}, {far, 5001, 3, kAny, 5, 0}, {far, 0x7fffffff, 3, kAny, 5, 0},
+    struct Row {
+        Point c;
+        int radius;
+        unsigned long g1, g2;
+        size_t hits;
+        uint32_t skip;
+    } rows[] = {
+        {far, 5000, 3, kAny, 5, 0}, {far, 5001, 3, kAny, 5, 0},   {far, 0x7fffffff, 3, kAny, 5, 0},
         {far, -100, 3, kAny, 0, 0}, {kMid, 5000, 2, kAny, 3, 11}, {north, 300, 4, kAny, 1, 0},
-        {kMid, 400, 9, kAny, 2, 0}, {kMid, 0, 9, kAny, 2, 0}, {border, 74, 5, kAny, 0, 0}, {kMid, 200, 6, kAny, 0, 0},
-        {kMid, 0, 10, kAny, 200, 0}, {kMid, 0, 7, kAny, 229, 0}, {kMid, 0, 8, kAny, 90, 0}};  // widening stops at 200
+        {kMid, 400, 9, kAny, 2, 0}, {kMid, 0, 9, kAny, 2, 0},     {border, 74, 5, kAny, 0, 0},
+        {kMid, 200, 6, kAny, 0, 0}, {kMid, 0, 10, kAny, 200, 0},  {kMid, 0, 7, kAny, 229, 0},
+        {kMid, 0, 8, kAny, 90, 0}};  // widening stops at 200
     Probe v;
     for (const Row& r : rows) {
         SCOPED_TRACE(testing::Message() << r.c.lat << "/" << r.c.lon << " class " << r.g1);
@@ -134,8 +156,8 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
             ASSERT_GT(want.size(), 10u);
             EXPECT_EQ(want, Search(v, c, radius, 5, g2));
             // Windows of the hits: clamped at the end, slots past it left alone.
-            const unsigned long n = want.size(), windows[][2] = {{0, 0}, {2, 3}, {n - 3, 5},
-                                                                {n - 1, 1}, {n, 1}, {n + 1, 2}};
+            const unsigned long n = want.size(), windows[][2] = {{0, 0},     {2, 3}, {n - 3, 5},
+                                                                 {n - 1, 1}, {n, 1}, {n + 1, 2}};
             for (const auto& w : windows) {
                 std::vector<unsigned long> ids(4, 7), expect(4, 7);
                 for (unsigned long k = w[0]; k < std::min(n, w[0] + w[1]); ++k)
@@ -173,8 +195,11 @@ TEST_F(VicinityTest, GenreCheckMasksInThreeModes) {
     const unsigned long classes = 1ul << 3 | 1ul << 0 | 1ul << 31 | 1ul << 20;  // 12 too far
     // Level 2 plays no part in the second; 9 lies at 21 km; 40 and 255 do not fit; the centre is
     // too far; 32 does not fit; no such file.
-    const unsigned long A = kAny, cases[][3] = {{A, A, classes}, {A, 4, classes}, {3, A, 1ul << 4 | 1ul << 7},
-        {0, A, 0}, {20, A, 0}, {3, 7, 1ul << 31}, {3, 4, 1ul << 6}, {5, A, 0}};
+    const unsigned long A = kAny,
+                        cases[][3] = {
+                            {A, A, classes},  {A, 4, classes}, {3, A, 1ul << 4 | 1ul << 7},
+                            {0, A, 0},        {20, A, 0},      {3, 7, 1ul << 31},
+                            {3, 4, 1ul << 6}, {5, A, 0}};
     for (const auto& k : cases) {
         CVicinityProc v;
         unsigned long mask = 0xFFFF;
@@ -191,15 +216,24 @@ TEST_F(VicinityTest, DamagedFilesAndSwitches) {
     mapdb::TempDir empty;
     // keys: written as the class-2 file (none: the folder as given); extraBytes: a partial record
     // at the end (negative: cut the header)
-    struct Case { std::vector<int32_t> keys; int extraBytes; std::string db, sd; bool enableDB,
-        enableSD; int status; unsigned long hits; };
+    struct Case {
+        std::vector<int32_t> keys;
+        int extraBytes;
+        std::string db, sd;
+        bool enableDB, enableSD;
+        int status;
+        unsigned long hits;
+    };
     // Partial last record; short header; unsorted; ...; the SD copy; not enabled; database off.
     const std::string e = empty.path(), d = dir_.path();
     const Case cases[] = {{{here - 1, here, here + 1, here + 10000}, 0, "", "", true, false, 1, 4},
-        {{here, here + 1}, 7, "", "", true, false, 1, 2}, {{}, -9, "", "", true, false, 1, 0},
-        {{here + 30000000, here, here + 1}, 0, "", "", true, false, 1, 0},
-        {{INT32_MIN, here + 5000, here, INT32_MAX}, 0, "", "", true, false, 1, 1},
-        {{}, 0, e, d, true, true, 1, 1}, {{}, 0, e, d, true, false, 0, 0}, {{}, 0, d, d, false, true, 0, 0}};
+                          {{here, here + 1}, 7, "", "", true, false, 1, 2},
+                          {{}, -9, "", "", true, false, 1, 0},
+                          {{here + 30000000, here, here + 1}, 0, "", "", true, false, 1, 0},
+                          {{INT32_MIN, here + 5000, here, INT32_MAX}, 0, "", "", true, false, 1, 1},
+                          {{}, 0, e, d, true, true, 1, 1},
+                          {{}, 0, e, d, true, false, 0, 0},
+                          {{}, 0, d, d, false, true, 0, 0}};
     for (const Case& k : cases) {
         SCOPED_TRACE(&k - cases);
         mapdb::TempDir tmp;

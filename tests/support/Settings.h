@@ -32,6 +32,8 @@ private:
 };
 
 // A fixture that restores the settings after every test.
-struct SettingsTest : ::testing::Test { ScopedSettings settings_; };
+struct SettingsTest : ::testing::Test {
+    ScopedSettings settings_;
+};
 
 }  // namespace testsupport
