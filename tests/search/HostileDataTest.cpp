@@ -96,59 +96,47 @@ void WriteBase(const std::string& root, const Bytes& container,
 class HostileTest : public ::testing::Test {
 protected:
     void SetUp() override { settings_.Use(dir_.path()); }
+    // Looks record `rec` of the base file up with a fresh object.
+    static bool Look(unsigned long rec, CLocationData* r) {
+        CSearchBaseDataProc base;
+        r->FlushData();
+        return base.SearchProc(r, kFile << 24 | rec);
+    }
     mapdb::TempDir dir_;
     testsupport::ScopedSettings settings_;
 };
 
-// A record at the very end of its container reads one spare zero byte, and no further.
-TEST_F(HostileTest, RecordAtContainerEndReadsOneSpareZeroByte) {
+// A record at the very end of its container reads one spare zero byte, and no further; a
+// container may reach the longest record at the last 16-bit offset, no more; a block the data
+// file does not hold is refused before its claimed size is allocated.
+TEST_F(HostileTest, RecordsAndContainersAtTheirBounds) {
+    constexpr size_t kReach = 0xFFFF + 383 + 1 + 11;
     const struct {
-        size_t fields;
+        size_t fields, size;  // of the second record; the container padded to size (0: not)
         bool found;
         uint32_t attr;
-    } cases[] = {{11, true, 10000001}, {10, true, 0}, {9, false, 0}, {0, false, 0}};
+    } cases[] = {
+        {11, 0, true, 10000001},      {10, 0, true, 0},          {9, 0, false, 0}, {0, 0, false, 0},
+        {11, kReach, true, 10000001}, {11, kReach + 1, false, 0}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.fields);
-        const Bytes head = Record("A", 11);
+        SCOPED_TRACE(testing::Message() << c.fields << " " << c.size);
+        const Bytes head = Record("A", 11), tail = Record("TAIL", c.fields);
         Bytes container = head;
-        const Bytes tail = Record("TAIL", c.fields);
         container.insert(container.end(), tail.begin(), tail.end());
+        if (c.size != 0) container.resize(c.size, 0);
         WriteBase(dir_.path(), container, {0, static_cast<uint32_t>(head.size())});
-        CSearchBaseDataProc base;
         CLocationData r;
-        r.FlushData();
-        ASSERT_EQ(c.found, base.SearchProc(&r, kFile << 24 | 1));
+        ASSERT_EQ(c.found, Look(1, &r));
         if (!c.found) continue;
         EXPECT_STREQ("TAIL", r.szName);
         EXPECT_EQ(312345678u, r.dwTelNo);
         EXPECT_EQ((kLatOffset + 7200000) * 10, r.lLat);
         EXPECT_EQ(c.attr, r.dwAttr);
     }
-}
-
-// Offsets are 16-bit: a container may reach the longest record at the last offset, no more.
-TEST_F(HostileTest, ContainerLargerThanItsOffsetsReachIsRefused) {
-    constexpr size_t kReach = 0xFFFF + 383 + 1 + 11;
-    for (size_t size : {kReach, kReach + 1}) {
-        SCOPED_TRACE(size);
-        Bytes container = Record("A", 11);
-        container.resize(size, 0);
-        WriteBase(dir_.path(), container, {0});
-        CSearchBaseDataProc base;
-        CLocationData r;
-        r.FlushData();
-        EXPECT_EQ(size == kReach, base.SearchProc(&r, kFile << 24));
-    }
-}
-
-// A container table entry may claim up to 16 MiB; only what the data file holds is read.
-TEST_F(HostileTest, BlockPastTheDataFileIsRefusedBeforeAllocating) {
     WriteBase(dir_.path(), Record("A", 11), {0}, 0xFFFFFF);
-    CSearchBaseDataProc base;
     CLocationData r;
-    r.FlushData();
     g_largestArray = 0;
-    EXPECT_FALSE(base.SearchProc(&r, kFile << 24));
+    EXPECT_FALSE(Look(0, &r));
     EXPECT_LT(g_largestArray.load(), size_t{1} << 20);
 }
 
@@ -176,7 +164,6 @@ TEST_F(HostileTest, ReadErrorsFail) {
     if (st.st_size < 64) GTEST_SKIP() << "folders here are too small to look like an index";
     CSearchBaseDataProc base;
     CLocationData r;
-    r.FlushData();
     EXPECT_FALSE(base.GetList(&r, kFile << 24, 2, 0, 1, 255, 255, 255, 255));
     EXPECT_EQ(0u, base.GetRefinedTotal(kFile << 24, 2, 255, 255, 255, 255));
 
