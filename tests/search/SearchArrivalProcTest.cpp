@@ -34,7 +34,7 @@ TEST_F(ArrivalTest, CollectsPointsInNumberOrderAndFindsEveryIndexPosition) {
     const std::string names[] = {mapdb::Utf8ToSjis("正面入口"), "", mapdb::Utf8ToSjis("駐車場")};
     for (uint32_t i = 0; i < 3; ++i) {
         SCOPED_TRACE(i);
-        EXPECT_EQ(names[i], NameOf(out[i]));
+        EXPECT_EQ(names[i], out[i].szName);
         // A fresh record takes the point as its own.
         EXPECT_EQ(
             (std::vector<uint32_t>{kTokyoLon + 10 * (i + 1), kTokyoLat, kTokyoLon + 10 * (i + 1),

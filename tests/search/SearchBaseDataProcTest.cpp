@@ -152,7 +152,7 @@ TEST_F(BaseDataTest, ListsFewerMatchesThanAskedAndAddsArrivalPoints) {
     EXPECT_EQ((std::vector<unsigned long>{kTokyoLon + 10, kTokyoLon + 20, 0, 0, 9}),
               (std::vector<unsigned long>{out[0].lArrLon, out[1].lArrLon, out[2].lArrLon,
                                           out[3].lArrLon, out[0].dwArrAttr}));
-    EXPECT_EQ("POI1", NameOf(out[1]));
+    EXPECT_STREQ("POI1", out[1].szName);
 }
 
 TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {

@@ -177,9 +177,8 @@ TEST_F(KanaMATest, GenreMasksOfTheNextLevel) {
 TEST_F(KanaMATest, MissingAndCutOffsetFiles) {
     const std::vector<const Poi*> run = Run("\xB1");
     // A tree of one node whose run is longer than the offset files; three entries of the run.
-    mapdb::ByteWriter tree, ofs, ofs2;
-    tree.Zeros(16), tree.U8(0xB1), tree.U32(0x7fffffff), tree.U8(0), tree.U32(uint32_t(run[0]->id)),
-        tree.U16(500);
+    const mapdb::Bytes tree = Tree({{0xB1, 0x7fffffff, 0, uint32_t(run[0]->id), 500}});
+    mapdb::ByteWriter ofs, ofs2;
     ofs.Zeros(16), ofs2.Zeros(16);
     for (int i = 0; i < 3; ++i) {
         ofs.U32(uint32_t(run[i]->id)), ofs.U32(0);
@@ -199,7 +198,7 @@ TEST_F(KanaMATest, MissingAndCutOffsetFiles) {
         SCOPED_TRACE(&c - cases);
         mapdb::TempDir dir;
         std::map<std::string, mapdb::Bytes> files = c.files;
-        files["K177.idx"] = tree.bytes();
+        files["K177.idx"] = tree;
         WritePack(dir.path(), "KANAMA", files);
         settings_.Use(dir.path(), dir_.path(), true, true);
         CSearchKanaProcMA search;

@@ -69,26 +69,14 @@ struct KanaTest : SuiteDb<KanaTest> {
 };
 
 TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
-    // ｶｷｸｹｺｻ down one branch to its end; ｶﾞｷﾞ voiced marks dropped; ﾊﾟﾝ; ｶ-ﾃﾝ the hyphen is the
-    // prolonged sound; ｶﾇｷ ﾇ never follows ｶ and is skipped; longer than any reading; ...; marks
-    // after ｳ, ﾄ, ﾅ, ｱ
-    const char* const typed[] = {"\xB6\xB7\xB8\xB9\xBA\xBB",
-                                 "\xB6\xDE\xB7\xDE",
-                                 "\xCA\xDF\xDD",
-                                 "\xB6-\xC3\xDD",
-                                 "\xB6\xC7\xB7",
-                                 "\xB6\xB7\xB8\xB9\xBA\xBB\xBC\xBD\xBE",
-                                 "\xB1\xB2\xBD\xB6",
-                                 "\xA6",
-                                 "\xDD\xB0",
-                                 "\xC0\xDE\xB2",
-                                 "\xCE\xDF\xB1",
-                                 "\xB6\xB3",
-                                 "\xB6\xC4",
-                                 "\xB6\xC5",
-                                 "\xB6\xB1"};
+    // Down one branch to its end; voiced marks dropped; the hyphen as the prolonged sound; ﾇ never
+    // follows ｶ and is skipped; longer than any reading; ...; marks after ｳ, ﾄ, ﾅ, ｱ. Typed in
+    // half-width kana, converted to the one-byte codes the search takes.
+    const char* const typed[] = {"ｶｷｸｹｺｻ", "ｶﾞｷﾞ", "ﾊﾟﾝ", "ｶ-ﾃﾝ", "ｶﾇｷ", "ｶｷｸｹｺｻｼｽｾ", "ｱｲｽｶ", "ｦ",
+                                 "ﾝｰ",     "ﾀﾞｲ",  "ﾎﾟｱ", "ｶｳ",   "ｶﾄ",  "ｶﾅ",        "ｶｱ"};
     CSearchKanaProc search;
-    for (const std::string full : typed) {
+    for (const char* utf8 : typed) {
+        const std::string full = mapdb::Utf8ToSjis(utf8);
         for (size_t len = 1; len <= full.size(); ++len) {
             const std::string prefix = full.substr(0, len);
             SCOPED_TRACE(mapdb::SjisToUtf8(prefix));
@@ -118,30 +106,14 @@ TEST_F(KanaTest, TypingCharacterByCharacterFollowsTheReadings) {
     for (unsigned long k = 0; k < 52; ++k) EXPECT_EQ(k < 45, search.GetKeyState(k)) << k;
 }
 
-// Hand-made trees: 12-byte nodes after a 16-byte header.
-struct NodeSpec {
-    unsigned char ch;
-    uint32_t firstChild;
-    unsigned char children;
-    uint32_t firstId;
-    uint16_t count;
-};
-mapdb::Bytes Tree(const std::vector<NodeSpec>& nodes) {
-    mapdb::ByteWriter w;
-    w.Zeros(16);
-    for (const NodeSpec& n : nodes)
-        w.U8(n.ch), w.U32(n.firstChild), w.U8(n.children), w.U32(n.firstId), w.U16(n.count);
-    return w.Take();
-}
-
 TEST_F(KanaTest, ResultCodesOfHandMadeAndDamagedTrees) {
     constexpr uint32_t kLeaf = 0x7fffffff;
     const uint32_t first = base_.ids[0] & 0xFF000000;  // any valid file number
     // ｶ -> ｷ(0x8005) | ｸ(0x0005) ; ｷ -> ｹ
-    const std::vector<NodeSpec> good = {{0xB6, 1, 2, first, 9},
-                                        {0xB7, 3, 1, first + 1, 0x8005},
-                                        {0xB8, kLeaf, 0, first + 2, 0x0005},
-                                        {0xB9, kLeaf, 0, first + 3, 0x8001}};
+    const std::vector<std::array<uint32_t, 5>> good = {{0xB6, 1, 2, first, 9},
+                                                       {0xB7, 3, 1, first + 1, 0x8005},
+                                                       {0xB8, kLeaf, 0, first + 2, 0x0005},
+                                                       {0xB9, kLeaf, 0, first + 3, 0x8001}};
     mapdb::Bytes cutChild = Tree(good), cutNode = Tree(good);
     cutChild.resize(16 + 12 * 2 + 1);  // node 2 keeps only its character byte
     cutNode.resize(16 + 12 * 3 + 5);   // node 3 is cut short

@@ -2,15 +2,11 @@
 // text helpers, and a fixture whose database is written once per suite.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <map>
 #include <set>
-#include <string>
 #include <vector>
 
 #include "BaseWriter.h"
@@ -39,11 +35,6 @@ inline mapdb::PoiSource MakePoi(const std::string& name, const std::string& read
     return p;
 }
 
-// The first string of a record's text area.
-inline std::string NameOf(const CLocationData& r) {
-    return std::string(r.szName);
-}
-
 // A NUL-terminated copy of `s` for the interfaces that take unsigned char*.
 inline std::vector<unsigned char> Z(const std::string& s) {
     return std::vector<unsigned char>(s.c_str(), s.c_str() + s.size() + 1);
@@ -63,6 +54,15 @@ inline void WritePack(const std::string& root, const char* name,
     mapdb::PackWriter pack;
     for (const auto& [file, data] : files) pack.Add(file, data);
     pack.Write(root, name);
+}
+
+// A hand-made kana tree: 12-byte nodes {character, first child, children, first id, count}
+// after a 16-byte header.
+inline mapdb::Bytes Tree(const std::vector<std::array<uint32_t, 5>>& nodes) {
+    mapdb::ByteWriter w;
+    w.Zeros(16);
+    for (const auto& n : nodes) w.U8(n[0]), w.U32(n[1]), w.U8(n[2]), w.U32(n[3]), w.U16(n[4]);
+    return w.Take();
 }
 
 // A fixture whose database Derived::Write(folder) writes once for the suite; every test starts
