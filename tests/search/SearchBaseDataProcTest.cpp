@@ -41,9 +41,11 @@ struct BaseDataTest : SuiteDb<BaseDataTest> {
         mapdb::WriteArrival(root, arrivals);
     }
 
-    // Brute force: the records of [first, first + count) that pass the filter.
+    // Brute force: the records of [first, first + count) that pass the filter; of those, `size`
+    // from position `from`.
     static std::vector<unsigned long> Expected(unsigned long first, unsigned long count,
-                                               const unsigned long* g) {
+                                               const unsigned long* g, unsigned long from = 0,
+                                               unsigned long size = ~0ul) {
         std::vector<unsigned long> out;
         for (unsigned long r = first; r < first + count; ++r) {
             const auto c = GenresOf(r);
@@ -53,6 +55,8 @@ struct BaseDataTest : SuiteDb<BaseDataTest> {
                   (g[2] == kAny || (c[2] == g[2] && (g[3] == kAny || c[3] == g[3]))))))
                 out.push_back(Id(r));
         }
+        out.erase(out.begin(), out.begin() + std::min(out.size(), from));
+        out.resize(std::min(out.size(), size));
         return out;
     }
     static std::vector<unsigned long> Page(CSearchBaseDataProc& base, unsigned long first,
@@ -130,14 +134,10 @@ TEST_F(BaseDataTest, RangesFiltersAndBookmarkedPagesMatchOneListing) {
         for (unsigned long p = 0; p < pages; ++p) order.push_back(p);
         for (unsigned long p = pages; p-- > 0;) order.push_back(p);
         for (unsigned long p : order)
-            for (const Listing& l : listings) {
-                const std::vector<unsigned long> want = Expected(l.start, l.n, l.g);
-                EXPECT_EQ(std::vector<unsigned long>(
-                              want.begin() + std::min(want.size(), p * page),
-                              want.begin() + std::min(want.size(), (p + 1) * page)),
+            for (const Listing& l : listings)
+                EXPECT_EQ(Expected(l.start, l.n, l.g, p * page, page),
                           Page(paged, l.start, l.n, p * page, page, l.g))
                     << "from " << l.start << " filter " << l.g[0] << "," << l.g[1] << " page " << p;
-            }
     }
 }
 
@@ -146,12 +146,11 @@ TEST_F(BaseDataTest, ListsFewerMatchesThanAskedAndAddsArrivalPoints) {
     std::vector<CLocationData> out(8);
     memset(static_cast<void*>(out.data()), 0x55, sizeof(CLocationData) * out.size());
     ASSERT_TRUE(base.GetList(out.data(), Id(0), 6, 0, 8, kAny, kAny, kAny, kAny));
-    EXPECT_EQ((std::vector<unsigned long>{Id(0), Id(1), Id(2), Id(3), Id(4), Id(5)}), Listed(out));
+    EXPECT_EQ(Expected(0, 6, kAll), Listed(out));
     EXPECT_EQ(0, out[7].szName[0]) << "unfilled records are zeroed";
     // Arrival points stop at the first record without one; the POI's own name is kept.
-    EXPECT_EQ((std::vector<unsigned long>{kTokyoLon + 10, kTokyoLon + 20, 0, 0, 9}),
-              (std::vector<unsigned long>{out[0].lArrLon, out[1].lArrLon, out[2].lArrLon,
-                                          out[3].lArrLon, out[0].dwArrAttr}));
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(i < 2 ? kTokyoLon + 10 * (i + 1) : 0, out[i].lArrLon);
+    EXPECT_EQ(9u, out[0].dwArrAttr);
     EXPECT_STREQ("POI1", out[1].szName);
 }
 
@@ -162,32 +161,30 @@ TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {
     mapdb::Bytes badOffset = idx, reversed = cnt;
     badOffset[16 + 5 * 3 + 3] = badOffset[16 + 5 * 3 + 4] = 0xFF;  // record 3 past its container
     for (int k = 0; k < 3; ++k) std::swap(reversed[16 + k], reversed[19 + k]);
-    // Records 0 and 1 found, the total of records 0-4, the ones filled before a failure (all five:
-    // listed).
+    // Records 0 and 1 found, the total of records 0-4, how many are filled before a failure (all
+    // five: listed).
     struct Case {
         mapdb::Bytes parts[3];
         bool rec0, rec1;
-        unsigned long total;
-        std::vector<unsigned long> filled;
+        unsigned long total, filled;
     } cases[] = {
-        {{idx, cnt, dat}, true, true, 5, {0, 1, 2, 3, 4}},
-        {{idx, cnt, {}}, false, false, 5, {}},                               // no data file
-        {{{}, cnt, dat}, false, false, 0, {}},                               // no index
-        {{idx, {}, dat}, false, false, 5, {}},                               // no container table
-        {{idx, {cnt.begin(), cnt.begin() + 19}, dat}, false, false, 5, {}},  // one container start
-        {{{idx.begin(), idx.begin() + 23}, cnt, dat}, true, false, 0, {}},   // index cut in entry 1
-        {{badOffset, cnt, dat}, true, true, 5, {0, 1, 2}},
-        {{idx, reversed, dat}, false, false, 5, {}},
-        {{idx, cnt, {dat.begin(), dat.begin() + 100}}, false, false, 5, {}},
+        {{idx, cnt, dat}, true, true, 5, 5},
+        {{idx, cnt, {}}, false, false, 5, 0},                               // no data file
+        {{{}, cnt, dat}, false, false, 0, 0},                               // no index
+        {{idx, {}, dat}, false, false, 5, 0},                               // no container table
+        {{idx, {cnt.begin(), cnt.begin() + 19}, dat}, false, false, 5, 0},  // one container start
+        {{{idx.begin(), idx.begin() + 23}, cnt, dat}, true, false, 0, 0},   // index cut in entry 1
+        {{badOffset, cnt, dat}, true, true, 5, 3},
+        {{idx, reversed, dat}, false, false, 5, 0},
+        {{idx, cnt, {dat.begin(), dat.begin() + 100}}, false, false, 5, 0},
     };
     mapdb::TempDir empty;
     for (int sw = 0; sw < 4; ++sw) {  // the database, then the SD copy; off and disabled
         settings_.Use(sw ? empty.path() : dir_.path(), dir_.path(), sw != 3, sw != 2);
+        CSearchBaseDataProc base;
         CLocationData out;
-        EXPECT_EQ(sw < 2, CSearchBaseDataProc().SearchProc(&out, Id(42))) << sw;
-        EXPECT_EQ(sw < 2,
-                  CSearchBaseDataProc().GetList(&out, Id(42), 1, 0, 1, kAny, kAny, kAny, kAny))
-            << sw;
+        EXPECT_EQ(sw < 2, base.SearchProc(&out, Id(42))) << sw;
+        EXPECT_EQ(sw < 2, base.GetList(&out, Id(42), 1, 0, 1, kAny, kAny, kAny, kAny)) << sw;
     }
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);
@@ -205,9 +202,7 @@ TEST_F(BaseDataTest, FallbackAndDamagedOrMissingFiles) {
         EXPECT_TRUE(!base.LoadContainerOffset(&start, &size, kFile, 0) ||
                     (c.parts[2] == dat) == static_cast<bool>(base.LoadData(kFile, start, size)));
         EXPECT_EQ(c.total, base.GetRefinedTotal(Id(0), 5, kAny, kAny, kAny, kAny));
-        std::vector<unsigned long> filled;
-        for (unsigned long r : c.filled) filled.push_back(Id(r));
-        EXPECT_EQ(filled, Page(base, 0, 5, 0, 5, kAll, filled.size() == 5));
+        EXPECT_EQ(Expected(0, c.filled, kAll), Page(base, 0, 5, 0, 5, kAll, c.filled == 5));
     }
 }
 
