@@ -23,11 +23,10 @@ struct BaseDataTest : SuiteDb<BaseDataTest> {
                                 "ク", "ケ", "コ", "サ", "シ", "ス"};
         for (uint32_t i = 0; i < kRecords; ++i) {
             // Readings that sort in input order: "ア" and three digits written in kana.
-            const auto g = GenresOf(i);
             pois.push_back(
                 MakePoi("POI" + std::to_string(i),
                         std::string("ア") + digits[i / 100] + digits[i / 10 % 10] + digits[i % 10],
-                        g[0], g[1], g[2], g[3]));
+                        GenresOf(i)));
             mapdb::PoiSource& p = pois.back();
             p.texts.push_back("ﾎﾟｲ"), p.tel = 300000000 + i, p.attr = static_cast<uint8_t>(i);
             p.lonMs = kTokyoLon + i * 10, p.latMs = kTokyoLat + i * 20;

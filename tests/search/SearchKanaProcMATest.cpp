@@ -30,8 +30,8 @@ struct KanaMATest : SuiteDb<KanaMATest> {
             // Readings of 1 to 3 syllables, starting with ア or カ; the order differs from i.
             std::string reading = std::string(i % 3 ? "ア" : "カ") + kSyllables[i * 7 % 5];
             if (i % 4) reading += kSyllables[i * 3 % 5];
-            src.push_back(MakePoi(i % 2 ? "駅前店" : "本店", reading, Genre(i, 0), Genre(i, 1),
-                                  Genre(i, 2), Genre(i, 3)));
+            src.push_back(MakePoi(i % 2 ? "駅前店" : "本店", reading,
+                                  {{Genre(i, 0), Genre(i, 1), Genre(i, 2), Genre(i, 3)}}));
             // A small grid: several POIs share a position, hence a distance.
             auto& p = src.back();
             p.texts.push_back(i % 5 ? "横浜" : "東京"), p.attr = static_cast<uint8_t>(i);

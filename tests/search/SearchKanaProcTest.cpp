@@ -18,7 +18,8 @@ constexpr size_t kCount = sizeof(kReadings) / sizeof(*kReadings);
 struct KanaTest : SuiteDb<KanaTest> {
     static void Write(const std::string& root) {
         for (uint32_t i = 0; i < kCount; ++i)
-            pois_.push_back(MakePoi("K" + std::to_string(i), kReadings[i], 1 + i % 3, i % 2, 5, 7));
+            pois_.push_back(
+                MakePoi("K" + std::to_string(i), kReadings[i], {1 + i % 3, i % 2, 5, 7}));
         base_ = mapdb::WriteBase(root, pois_);
         mapdb::WriteKana(root, pois_, base_);
     }

@@ -27,10 +27,9 @@ constexpr uint32_t kTokyoLon = 503161560, kTokyoLat = 128452320;
 constexpr unsigned long kAny = 255;
 
 inline mapdb::PoiSource MakePoi(const std::string& name, const std::string& reading,
-                                uint32_t g1 = 1, uint32_t g2 = 2, uint32_t g3 = 3,
-                                uint32_t g4 = 4) {
+                                std::array<uint32_t, 4> genre = {{1, 2, 3, 4}}) {
     mapdb::PoiSource p;
-    p.texts = {name}, p.reading = reading, p.genre = {{g1, g2, g3, g4}}, p.tel = 312345678;
+    p.texts = {name}, p.reading = reading, p.genre = genre, p.tel = 312345678;
     p.lonMs = kTokyoLon, p.latMs = kTokyoLat;
     return p;
 }
