@@ -44,12 +44,10 @@ TEST(ArrayData, HoldsExactly65536ElementsAndMovesThem) {
     EXPECT_FALSE(big->Add(&r)) << "the 65,537th Add fails";
     EXPECT_EQ(65536u, big->dwCount);
     EXPECT_TRUE(big->GetAt(&out, 65535) && out.dwID == 65535u);
-    EXPECT_FALSE(big->GetAt(&out, 65536));
-    EXPECT_FALSE(big->SetAt(65536, &r)) << "no slot past the last block";
+    EXPECT_FALSE(big->GetAt(&out, 65536) || big->SetAt(65536, &r)) << "no slot past the last block";
     delete big;
     CArrayData<CLocationData> a;
-    EXPECT_FALSE(a.GetAt(&out, 0)) << "empty";
-    EXPECT_FALSE(a.SetAt(0, &r)) << "nothing allocated yet";
+    EXPECT_FALSE(a.GetAt(&out, 0) || a.SetAt(0, &r)) << "empty, nothing allocated yet";
     for (r.dwID = 0; r.dwID < 5; ++r.dwID) ASSERT_TRUE(a.Add(&r));
     auto ids = [&a]() {
         std::vector<uint32_t> v;
@@ -57,9 +55,7 @@ TEST(ArrayData, HoldsExactly65536ElementsAndMovesThem) {
         return v;
     };
     // One past the end is writable and leaves the count alone; GetAt there fails.
-    EXPECT_TRUE(a.SetAt(5, &r));
-    EXPECT_FALSE(a.GetAt(&out, 5));
-    EXPECT_FALSE(a.SetAt(6, &r));
+    EXPECT_TRUE(a.SetAt(5, &r) && !a.GetAt(&out, 5) && !a.SetAt(6, &r));
     EXPECT_TRUE(a.Swap(0, 4) && !a.Swap(0, 5));
     EXPECT_EQ((std::vector<uint32_t>{4, 1, 2, 3, 0}), ids());
     // Delete moves the rest down; the old last slot keeps its contents.

@@ -68,8 +68,9 @@ struct GenreTest : SuiteDb<GenreTest> {
         std::sort(out.begin(), out.end());
         return out;
     }
-    static unsigned long Search(CSearchGenreProc& s, const Key& k, unsigned long* n) {
-        return s.SearchProc(n, k[0], k[1], k[2], k[3], k[4]);
+    static unsigned long Search(CSearchGenreProc& s, const Key& k, unsigned long* n = nullptr) {
+        unsigned long unused = 0;
+        return s.SearchProc(n ? n : &unused, k[0], k[1], k[2], k[3], k[4]);
     }
     static inline std::vector<uint32_t> ids_;
     static inline std::set<Key> all_;
@@ -78,8 +79,7 @@ struct GenreTest : SuiteDb<GenreTest> {
 TEST_F(GenreTest, FindsEveryRunAndTheWildcardRules) {
     CSearchGenreProc search;
     for (const Key& key : all_) {
-        SCOPED_TRACE(testing::Message()
-                     << key[0] << "," << key[1] << "," << key[2] << "," << key[3] << "," << key[4]);
+        SCOPED_TRACE(testing::PrintToString(key));
         const std::vector<unsigned long> run = Run(key);
         unsigned long count = 12345;
         ASSERT_EQ(1u, Search(search, key, &count));
@@ -190,8 +190,7 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
         // The base data stays in the suite's database, reached through the SD fallback.
         settings_.Use(dir.path(), c.baseData ? dir_.path() : empty.path(), true, true);
         CSearchGenreProc search;
-        unsigned long count = 0;
-        ASSERT_EQ(c.search, Search(search, key, &count));
+        ASSERT_EQ(c.search, Search(search, key));
         if (!c.search) continue;
         std::vector<CLocationData> out(3);
         EXPECT_EQ(c.list, search.GetList(out.data(), 0, 3));
@@ -202,8 +201,7 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
     for (int sw : {3, 1, 2}) {  // the folder only in the SD copy; bit 0: database, bit 1: SD
         settings_.Use(empty.path(), dir_.path(), sw & 1, sw & 2);
         CSearchGenreProc search;
-        unsigned long count = 0;
-        EXPECT_EQ(sw == 3 ? 1u : 0u, Search(search, {{1, 255, 255, 0, 255}}, &count)) << sw;
+        EXPECT_EQ(sw == 3 ? 1u : 0u, Search(search, {{1, 255, 255, 0, 255}})) << sw;
     }
 }
 

@@ -89,16 +89,16 @@ TEST_F(KanaMATest, TotalsAndListsUnderEveryFilterShape) {
                 const std::string u = t < 3 ? mapdb::SjisToUtf8(texts[t]) : "\x01";
                 return (p->src.texts[0] + '\n' + p->src.texts[1]).find(u) != std::string::npos;
             };
-            std::vector<const Poi*> byGenre, sortable;
+            std::vector<const Poi*> byGenre, sorted;
             for (const Poi* p : run) {
                 auto level = [&](int k) { return f[k] == kAny || p->src.genre[k] == f[k]; };
-                // The first wildcard ends the comparison; the sortable list has three levels.
+                // The first wildcard ends the comparison; the sort list (sorted) has three levels.
                 if (level(0) &&
                     (f[1] == kAny || (level(1) && (f[2] == kAny || (level(2) && level(3))))) &&
                     (p->src.attr & f[4]) == f[4] && has(p, f[5]) && has(p, f[6]))
                     byGenre.push_back(p);
                 if (f[0] == kAny || (level(0) && (f[1] == kAny || (level(1) && level(2)))))
-                    sortable.push_back(p);
+                    sorted.push_back(p);
             }
             std::vector<unsigned char> t1 = Z(texts[f[5]]), t2 = Z(texts[f[6]]);
             EXPECT_EQ(byGenre.size(),
@@ -109,16 +109,14 @@ TEST_F(KanaMATest, TotalsAndListsUnderEveryFilterShape) {
             std::vector<CLocationData> out(byGenre.size() + 1);
             EXPECT_TRUE(search.GetList(out.data(), 0, out.size()));
             EXPECT_EQ(Ids(byGenre), Listed(out));
-            EXPECT_EQ(sortable.size(), search.GetRefinedSortTotal(f[0], f[1], f[2]));
-            out.assign(sortable.size() + 1, CLocationData());
+            EXPECT_EQ(sorted.size(), search.GetRefinedSortTotal(f[0], f[1], f[2]));
+            out.assign(sorted.size() + 1, CLocationData());
             EXPECT_TRUE(search.GetSortList(out.data(), 0, out.size()));
-            EXPECT_EQ(Ids(sortable), Listed(out));
-            int lat = 1, lon = 1;  // the position of the last sortable entry, none after it
-            EXPECT_EQ(!sortable.empty(),
-                      search.GetOffsetDataLatLng(&lat, &lon, sortable.size() - 1));
-            EXPECT_EQ(sortable.empty() ? 0u : sortable.back()->src.latMs,
-                      static_cast<uint32_t>(lat));
-            EXPECT_FALSE(search.GetOffsetDataLatLng(&lat, &lon, sortable.size()));
+            EXPECT_EQ(Ids(sorted), Listed(out));
+            int lat = 1, lon = 1;  // the position of the last sorted entry, none after it
+            EXPECT_EQ(!sorted.empty(), search.GetOffsetDataLatLng(&lat, &lon, sorted.size() - 1));
+            EXPECT_EQ(sorted.empty() ? 0 : int(sorted.back()->src.latMs), lat);
+            EXPECT_FALSE(search.GetOffsetDataLatLng(&lat, &lon, sorted.size()));
         }
     }
 }

@@ -205,25 +205,23 @@ TEST_F(VicinityTest, DamagedFilesAndSwitches) {
     Build({At(1, kMid, 2)});
     mapdb::TempDir empty;
     // keys: written as the class-2 file (none: the folder as given); extraBytes: a partial record
-    // at the end (negative: cut the header)
+    // at the end (negative: cut the header); sw: bit 0 the database, bit 1 the SD copy
     struct Case {
         std::vector<int32_t> keys;
-        int extraBytes;
         std::string db, sd;
-        bool enableDB, enableSD;
-        int status;
+        int extraBytes, sw, status;
         unsigned long hits;
     };
     // Partial last record; short header; unsorted; ...; the SD copy; not enabled; database off.
     const std::string e = empty.path(), d = dir_.path();
-    const Case cases[] = {{{here - 1, here, here + 1, here + 10000}, 0, "", "", true, false, 1, 4},
-                          {{here, here + 1}, 7, "", "", true, false, 1, 2},
-                          {{}, -9, "", "", true, false, 1, 0},
-                          {{here + 30000000, here, here + 1}, 0, "", "", true, false, 1, 0},
-                          {{INT32_MIN, here + 5000, here, INT32_MAX}, 0, "", "", true, false, 1, 1},
-                          {{}, 0, e, d, true, true, 1, 1},
-                          {{}, 0, e, d, true, false, 0, 0},
-                          {{}, 0, d, d, false, true, 0, 0}};
+    const Case cases[] = {{{here - 1, here, here + 1, here + 10000}, "", "", 0, 1, 1, 4},
+                          {{here, here + 1}, "", "", 7, 1, 1, 2},
+                          {{}, "", "", -9, 1, 1, 0},
+                          {{here + 30000000, here, here + 1}, "", "", 0, 1, 1, 0},
+                          {{INT32_MIN, here + 5000, here, INT32_MAX}, "", "", 0, 1, 1, 1},
+                          {{}, e, d, 0, 3, 1, 1},
+                          {{}, e, d, 0, 1, 0, 0},
+                          {{}, d, d, 0, 2, 0, 0}};
     for (const Case& k : cases) {
         SCOPED_TRACE(&k - cases);
         mapdb::TempDir tmp;
@@ -235,7 +233,7 @@ TEST_F(VicinityTest, DamagedFilesAndSwitches) {
             bytes.resize(static_cast<size_t>(static_cast<long>(bytes.size()) + k.extraBytes), 0x11);
             WritePack(tmp.path(), "VICINITY", {{"V02" + std::to_string(mesh) + ".dat", bytes}});
         }
-        settings_.Use(k.db.empty() ? tmp.path() : k.db, k.sd, k.enableDB, k.enableSD);
+        settings_.Use(k.db.empty() ? tmp.path() : k.db, k.sd, k.sw & 1, k.sw & 2);
         Probe v;
         unsigned long count = 99, mask = 99;
         EXPECT_EQ(k.status, v.SearchProc(&count, kMid.lat, kMid.lon, 100, 2, kAny, kAny));
