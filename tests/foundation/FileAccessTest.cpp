@@ -112,7 +112,7 @@ TEST(FileIO, LoadRulesAndTheLongestPath) {
     const unsigned long n = CFileIO::LoadFile(&fd, &buf, 0, 4);
     EXPECT_TRUE(n == 0 || n == ~0ul) << n;
     Take(&buf, 0);
-    close(fd);
+    close(fd);  // the lowest free descriptor again: the first one a leak would keep
 
     const std::string path = tmp / DeepPath(tmp.path(), 512),
                       longer = tmp / DeepPath(tmp.path(), 513);
@@ -120,18 +120,13 @@ TEST(FileIO, LoadRulesAndTheLongestPath) {
     const std::string longDir = longer.substr(0, longer.rfind('/'));
     for (const std::string& p : {path, longer}) mapdb::WriteFile(p, {'x', 'y'});
     mapdb::WriteFile(tmp / "empty", {});
-    auto lowestFree = [] {
-        const int fd = open("/dev/null", O_RDONLY);
-        return close(fd), fd;
-    };
-    const int before = lowestFree();
     EXPECT_EQ("xy", Take(&buf, CFileIO::LoadFile(C(dir), C(name), &buf)));
     EXPECT_EQ("y", Take(&buf, CFileIO::LoadFile(C(path), &buf, 1, 0)));
     EXPECT_EQ(0u, CFileIO::LoadFile(C(tmp.path()), C("empty"), &buf));
     EXPECT_EQ(0u, CFileIO::LoadFile(C(longDir), C(longer.substr(longDir.size() + 1)), &buf));
     EXPECT_EQ(nullptr, buf);
     EXPECT_EQ(0, close(CFileIO::CreateFile(C(dir), C(name))));
-    EXPECT_EQ(before, lowestFree()) << "a descriptor left open";
+    EXPECT_EQ(-1, fcntl(fd, F_GETFD)) << "a descriptor left open";
     EXPECT_EQ(-1, CFileIO::CreateFile(C(tmp.path()), C("absent")));
     // The write open never creates the file, but makes its folder.
     EXPECT_TRUE(CFileIO::CreateWriteFile(C(tmp / "new"), C("out")) == -1 &&
@@ -139,29 +134,6 @@ TEST(FileIO, LoadRulesAndTheLongestPath) {
     // Deliberately 1 whatever the scan finds.
     EXPECT_TRUE(CFileIO::IsFileExist(C(tmp / "no/such/x")) == 1 &&
                 CFileIO::IsFileExist(C(tmp.path()), C("absent")) == 1);
-}
-
-// Reads clipped to the selected file (offset, size, result), into a new buffer and into the
-// caller's; then the index emptied behind the open descriptor: only the cached selection still
-// finds its file, also the file at offset 0.
-void CheckReadsAndTheCache(const mapdb::TempDir& tmp, Probe* pack) {
-    ASSERT_EQ(1u, pack->OpenPackFile(C("D012345")));
-    const std::tuple<unsigned long, unsigned long, unsigned long> reads[] = {
-        {0, 0, 7}, {3, 0, 4}, {3, 2, 2}, {5, 100, 2}, {7, 0, 0}, {8, 1, 0}};
-    for (auto [offset, size, result] : reads) {
-        const std::string data = std::string("D012345").substr(std::min(offset, 7ul), result);
-        EXPECT_EQ(data, pack->Load(offset, size)) << offset << "," << size;
-        std::string direct(16, '#');
-        EXPECT_EQ(result,
-                  pack->ReadPackFile(reinterpret_cast<unsigned char*>(&direct[0]), offset, size));
-        EXPECT_EQ(data + '#', direct.substr(0, result + 1));
-        EXPECT_EQ(offset < 7 ? 7 - offset : 0, pack->ReadableSize(offset));
-    }
-    ASSERT_EQ(1u, pack->OpenPackFile(C("ABCDEFGHIJKL")));
-    mapdb::WriteFile(tmp / "PK/PK.IDX", {});
-    EXPECT_TRUE(pack->OpenPackFile(C("ABCDEFGHIJKL")) == 1 && pack->GetPackFileSize() == 12);
-    EXPECT_EQ(0u, pack->OpenPackFile(C("B")));
-    EXPECT_EQ(0u, pack->OpenPackFile(C("ABCDEFGHIJKL"))) << "a miss ends the cached selection";
 }
 
 // Every position of indexes of one to five entries and misses between them.
@@ -180,7 +152,28 @@ TEST(PackFolderIO, FindsEveryPositionClipsReadsAndCachesTheSelection) {
             EXPECT_TRUE(!pack.OpenPackFile(C(name)) && !pack.GetPackFileSize() &&
                         pack.Load(0, 0).empty())
                 << n << name;
-        if (n == all.size()) CheckReadsAndTheCache(tmp, &pack);
+        // Reads clipped to the selected file (offset, size, result), into a new buffer and
+        // into the caller's; then the index emptied behind the open descriptor: only the cached
+        // selection still finds its file, also the file at offset 0.
+        if (n == all.size()) {
+            ASSERT_EQ(1u, pack.OpenPackFile(C("D012345")));
+            const std::tuple<unsigned long, unsigned long, unsigned long> reads[] = {
+                {0, 0, 7}, {3, 0, 4}, {3, 2, 2}, {5, 100, 2}, {7, 0, 0}, {8, 1, 0}};
+            for (auto [offset, size, result] : reads) {
+                const std::string data = all[2].substr(std::min(offset, 7ul), result);
+                EXPECT_EQ(data, pack.Load(offset, size)) << offset << "," << size;
+                std::string direct(16, '#');
+                EXPECT_EQ(result, pack.ReadPackFile(reinterpret_cast<unsigned char*>(&direct[0]),
+                                                    offset, size));
+                EXPECT_EQ(data + '#', direct.substr(0, result + 1));
+                EXPECT_EQ(offset < 7 ? 7 - offset : 0, pack.ReadableSize(offset));
+            }
+            ASSERT_EQ(1u, pack.OpenPackFile(C("ABCDEFGHIJKL")));
+            mapdb::WriteFile(tmp / "PK/PK.IDX", {});
+            EXPECT_TRUE(pack.OpenPackFile(C("ABCDEFGHIJKL")) == 1 && pack.GetPackFileSize() == 12);
+            EXPECT_EQ(0u, pack.OpenPackFile(C("B")));
+            EXPECT_EQ(0u, pack.OpenPackFile(C("ABCDEFGHIJKL"))) << "a miss ends the cache";
+        }
         EXPECT_TRUE(pack.ClosePackFolder() == 1 && pack.ClosePackFolder() == 0);
     }
 }
@@ -210,11 +203,8 @@ TEST(PackFolderIO, DamagedIndexesTheBaseNameAndAPathThatDoesNotFit) {
         {"FAR", 1 << 30, 4, 4, 0},
         {"NEG", -5, 3, 0, 0},
         {"NEGSIZE", 0, -1, 0, 0}};
-    for (auto [name, offset, size, reported, readable] : cases) {
-        hostile.Fixed(name, 12);
-        hostile.I32(offset);
-        hostile.I32(size);
-    }
+    for (auto [name, offset, size, reported, readable] : cases)
+        hostile.Fixed(name, 12), hostile.I32(offset), hostile.I32(size);
     mapdb::WriteFile(tmp / "FOLDER/OTHER.IDX", hostile.bytes());
     EXPECT_EQ(0u, none.OpenPackFolder(C(tmp.path()), C("FOLDER"), nullptr));
     ASSERT_EQ(1u, none.OpenPackFolder(C(tmp.path()), C("FOLDER"), C("OTHER")));
@@ -263,8 +253,7 @@ TEST(CommonProc, FallbackFromDatabaseToSdFollowsBothSwitches) {
     for (const auto* root : {&db, &sd}) {
         const std::string tag = root == &db ? "db" : "sd";
         WritePack(root->path(), {"WHO"}, "SET", tag);
-        mapdb::MakeDirs(*root / "PLAIN");
-        mapdb::WriteFile(*root / "PLAIN/F.DAT", Bytes(tag.begin(), tag.end()));
+        mapdb::WriteFile(*root / "SET/F.DAT", Bytes(tag.begin(), tag.end()));
     }
     WritePack(broken.path(), {}, "SET");  // an empty index
     // Database root, SD root, switches, the pack folder's answer, the plain file's ("" fails).
@@ -285,15 +274,15 @@ TEST(CommonProc, FallbackFromDatabaseToSdFollowsBothSwitches) {
         const bool open = p.OpenDataFolder("SET");
         EXPECT_EQ(folder, open ? Take(&buf, p.LoadPackFile(C("WHO"), &buf, 0, 0)) : "") << file;
         EXPECT_EQ(open ? 1u : 0u, p.ClosePackFolder()) << "a failed open leaves nothing open";
-        EXPECT_EQ(file, Take(&buf, Probe::LoadDataFile("PLAIN/F.DAT", &buf, 0, 0))) << folder;
+        EXPECT_EQ(file, Take(&buf, Probe::LoadDataFile("SET/F.DAT", &buf, 0, 0))) << folder;
     }
-    mapdb::WriteFile(sd / "PLAIN/SDNAME.DAT", {'s'});
+    mapdb::WriteFile(sd / "SET/SDNAME.DAT", {'s'});
     const std::string rel = DeepPath(db.path(), 512);
     for (const std::string& f : {rel, rel + "g"}) mapdb::WriteFile(db / f, {'x'});
     testsupport::ScopedSettings keep;
     keep.Use(db.path(), sd.path(), true, true);
-    EXPECT_EQ(-1, Probe::OpenDataFile("PLAIN/DBNAME.DAT"));
-    EXPECT_EQ(0, close(Probe::OpenDataFile("PLAIN/DBNAME.DAT", "PLAIN/SDNAME.DAT")));
+    EXPECT_EQ(-1, Probe::OpenDataFile("SET/DBNAME.DAT"));
+    EXPECT_EQ(0, close(Probe::OpenDataFile("SET/DBNAME.DAT", "SET/SDNAME.DAT")));
     EXPECT_EQ(0, close(Probe::OpenDataFile(rel.c_str()))) << "512 bytes";
     EXPECT_EQ(-1, Probe::OpenDataFile((rel + "g").c_str())) << "513 bytes";
 }
