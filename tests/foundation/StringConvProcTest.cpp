@@ -33,8 +33,7 @@ bool Iconv(const char* to, const char* from, Bytes in, Bytes* out) {
 }
 
 Bytes Sjis(unsigned code) {
-    if (code < 0x100) return {static_cast<unsigned char>(code)};
-    return {static_cast<unsigned char>(code >> 8), static_cast<unsigned char>(code)};
+    return code < 0x100 ? Bytes{uint8_t(code)} : Bytes{uint8_t(code >> 8), uint8_t(code)};
 }
 
 // The table holds half-width katakana and the codes of lead bytes 81-9F, E0-EF and FA-FC.
@@ -50,8 +49,9 @@ CStringConvProc conv;
 // Every one- and two-byte code: in the table exactly when iconv decodes it, with its units.
 // Every unit: the code iconv's encoder writes when that code is in the table and decodes back
 // (iconv also writes one-way best fits), else 0. Units with several codes get iconv's choice.
+// Katakana letters map to the hiragana 0x60 units lower, and back.
 TEST(StringConv, EveryCodeAndUnitMatchesTheSystemConverter) {
-    unsigned codes = 0, units = 0;
+    unsigned codes = 0, units = 0, pairs = 0;
     for (unsigned v = 0; v < 0x10000; ++v) {
         SCOPED_TRACE(v);
         Bytes u16, u8, sjis, back;
@@ -71,7 +71,13 @@ TEST(StringConv, EveryCodeAndUnitMatchesTheSystemConverter) {
         }
         units += expected != 0;
         ASSERT_EQ(conv.Utf16ToSjis(v), expected);
+        if (v >> 8 != 0x83) continue;  // the hiragana codes (0x82xx) were checked above
+        const unsigned kata = conv.SjisToUtf16(v), hira = conv.KataToHira(v);
+        ASSERT_EQ(hira != 0, kata >= 0x30A1 && kata <= 0x30F3);
+        pairs += hira != 0;
+        ASSERT_TRUE(!hira || (conv.SjisToUtf16(hira) == kata - 0x60 && conv.HiraToKata(hira) == v));
     }
+    EXPECT_EQ(pairs, kKanaTblRows);
     EXPECT_EQ(codes, kConvTblRows);
     EXPECT_EQ(units, 7389u);  // 398 codes are second or third codes of a unit
 }
@@ -86,21 +92,6 @@ TEST(StringConv, HalfWidthAndKanaTablesMatchTheSystemConverter) {
     for (unsigned b = 0xA6; b <= 0xDF; ++b)
         EXPECT_EQ(conv.HanToZen(b), sjis[2 * (b - 0xA6)] << 8 | sjis[2 * (b - 0xA6) + 1]) << b;
     for (unsigned short code : {0x41, 0xA5, 0xE0, 0x8341}) EXPECT_EQ(conv.HanToZen(code), 0);
-    // Katakana and hiragana of a letter are 0x60 units apart; the two directions are inverse.
-    unsigned pairs = 0;
-    for (unsigned kata = 0x8300; kata < 0x8400; ++kata) {
-        const unsigned short hira = conv.KataToHira(kata);
-        Bytes k, h;
-        const bool letter = Iconv("UTF-16LE", "CP932", Sjis(kata), &k) && k.size() == 2 &&
-                            (k[0] | k[1] << 8) >= 0x30A1 && (k[0] | k[1] << 8) <= 0x30F3;
-        ASSERT_EQ(hira != 0, letter) << kata;
-        if (!letter) continue;
-        ++pairs;
-        ASSERT_TRUE(Iconv("UTF-16LE", "CP932", Sjis(hira), &h));
-        EXPECT_EQ((k[0] | k[1] << 8) - 0x60, h[0] | h[1] << 8);
-        EXPECT_EQ(conv.HiraToKata(hira), kata);
-    }
-    EXPECT_EQ(pairs, kKanaTblRows);
     EXPECT_TRUE(conv.HiraToKata(0x829E) == 0 && conv.HiraToKata(0x82F2) == 0);
 }
 
@@ -222,14 +213,6 @@ TEST(StringConv, WideStrCmpAndWordReads) {
     EXPECT_TRUE(conv.ConvToWORD(p) == 0x12F4 && conv.LConvToWORD(p) == 0xF412);
 }
 
-// Rows ordered so that every middle pivot is its range's largest: each partition peels off one
-// row. The sort runs on a 64 KiB stack, which only a depth of the order of log2(n) fits.
-constexpr long kRows = 6000;  // rows in the adversarial order
-void* SortAdversarial(void* rows) {
-    conv.SortConvTblUtf16(static_cast<ST_CONVTBL*>(rows), 0, kRows - 1);
-    return nullptr;
-}
-
 TEST(StringConv, SortIsCorrectAndItsDepthLogarithmic) {
     std::vector<ST_CONVTBL> rows(g_stConvTbl, g_stConvTbl + kConvTblRows);
     conv.SortConvTblUtf16(rows.data(), 0, static_cast<long>(kConvTblRows) - 1);
@@ -239,6 +222,12 @@ TEST(StringConv, SortIsCorrectAndItsDepthLogarithmic) {
     const unsigned short order[] = {1, 4, 2, 3, 5};
     for (int i = 0; i < 5; ++i) EXPECT_EQ(few[i].wSjis, order[i]);
 
+    // Rows ordered so that every middle pivot is its range's largest: each partition peels off
+    // one row. The sort runs on a 64 KiB stack, which only a depth of the order of log2(n) fits.
+    constexpr long kRows = 6000;
+    auto sort = [](void* rows) -> void* {
+        return conv.SortConvTblUtf16(static_cast<ST_CONVTBL*>(rows), 0, kRows - 1), nullptr;
+    };
     std::vector<long> at(kRows);
     std::iota(at.begin(), at.end(), 0);
     std::vector<ST_CONVTBL> bad(kRows);
@@ -250,7 +239,7 @@ TEST(StringConv, SortIsCorrectAndItsDepthLogarithmic) {
     pthread_attr_init(&attr);
     pthread_attr_setstacksize(&attr, 64 * 1024);
     pthread_t t;
-    ASSERT_EQ(0, pthread_create(&t, &attr, SortAdversarial, bad.data()));
+    ASSERT_EQ(0, pthread_create(&t, &attr, sort, bad.data()));
     pthread_join(t, nullptr);
     pthread_attr_destroy(&attr);
     for (long k = 0; k < kRows; ++k) ASSERT_EQ(bad[k].wUtf16, k);
