@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -197,16 +196,17 @@ TEST(PackFolderIO, DamagedIndexesTheBaseNameAndAPathThatDoesNotFit) {
     WritePack(tmp.path(), {"A"}, "FOLDER");  // a .DAT of one byte
     rename((tmp / "FOLDER/FOLDER.DAT").c_str(), (tmp / "FOLDER/OTHER.DAT").c_str());
     mapdb::ByteWriter hostile;
-    // Name, offset, size, the size reported, the size readable.
+    // Name, offset, size, the size reported, the size readable; BIG claims 2 GiB of one byte.
     const std::tuple<const char*, int32_t, int32_t, unsigned long, unsigned long> cases[] = {
-        {"BIG", 0, 0x7FFFFFFF, 0x7FFFFFFF, 1},  // claims 2 GiB of a one-byte file
+        {"BIG", 0, 0x7FFFFFFF, 0x7FFFFFFF, 1},
         {"FAR", 1 << 30, 4, 4, 0},
         {"NEG", -5, 3, 0, 0},
         {"NEGSIZE", 0, -1, 0, 0}};
     for (auto [name, offset, size, reported, readable] : cases)
         hostile.Fixed(name, 12), hostile.I32(offset), hostile.I32(size);
     mapdb::WriteFile(tmp / "FOLDER/OTHER.IDX", hostile.bytes());
-    EXPECT_EQ(0u, none.OpenPackFolder(C(tmp.path()), C("FOLDER"), nullptr));
+    EXPECT_EQ(0u, none.OpenPackFolder(C(tmp.path()), C("FOLDER"), nullptr)) << "no FOLDER.DAT";
+    EXPECT_EQ(0u, none.ClosePackFolder()) << "nothing left open";
     ASSERT_EQ(1u, none.OpenPackFolder(C(tmp.path()), C("FOLDER"), C("OTHER")));
     unsigned char buf[4] = {};
     for (auto [name, offset, size, reported, readable] : cases)
@@ -223,10 +223,6 @@ TEST(PackFolderIO, DamagedIndexesTheBaseNameAndAPathThatDoesNotFit) {
     mapdb::WriteFile(tmp / "FOLDER/" + base, mapdb::ReadFile(tmp / "FOLDER/OTHER.IDX"));
     EXPECT_EQ(0u, none.OpenPackFolder(C(tmp.path()), C("FOLDER"), C(base)));
     EXPECT_EQ(0u, none.ClosePackFolder());
-    remove((tmp / "PK/PK.DAT").c_str());
-    Probe missing;
-    EXPECT_EQ(0u, missing.OpenPackFolder(C(tmp.path()), C("PK"), nullptr));
-    EXPECT_EQ(0u, missing.ClosePackFolder()) << "nothing left open";
 }
 
 TEST(CommonProc, BoundedPathSettersAndTheCancelFlag) {
