@@ -75,8 +75,7 @@ const OffsetCase kIntegerCases[] = {
     // 60 degrees east: dx = 857759513, S = 7357513821, t = S >> 8 >= 2^22 so k = 8 and
     // x0 = 22528 + (t * 22 >> 13) = 99711, Newton: 86749, 85781; 85781 * 6370 / 100. An
     // exact root (85776) would give 5463931.
-    {"TwoNewtonStepsOnly", {0, -kLon, 0, 60 * kDeg - kLon}, 5464249, 90},
-};
+    {"TwoNewtonStepsOnly", {0, -kLon, 0, 60 * kDeg - kLon}, 5464249, 90}};
 
 // Every integer form; the signed ones truncate toward zero, so the pair mirrored across the
 // prime meridian has the same distance and the mirrored direction. 1/256" values are
@@ -127,8 +126,7 @@ TEST(IntegerDistance, FailsOutsideTheCosineTableAndLeavesOutputsAlone) {
         {"DirectionSumExactly20", kDirection, -1, 40 * kDeg + 1, true},
         // 49.1 degrees is 45250560 in 1/256", converting to 17676000.
         {"In256Mean49.1", k256, 45250560, 45250560, false},
-        {"In256JustBelow20", k256, 20 * kDeg256, 20 * kDeg256 - 1, false},
-    };
+        {"In256JustBelow20", k256, 20 * kDeg256, 20 * kDeg256 - 1, false}};
     for (auto [name, form, lat1, lat2, ok] : cases) {
         const auto [status, dist, dir] = Measure(form, {lat1, 0, lat2, 500});
         EXPECT_EQ(status, ok ? 1u : 0u) << name;
@@ -165,8 +163,7 @@ TEST(FloatingDistance, MatchesExactValuesNearAndAcrossJapan) {
         {"EquatorWest", {0, lon, 0, 138 * d}, 111319, 270, 111319, 270},
         {"EqualPoints", {lat, lon, lat, lon}, 0, 0, 0, 0},
         // Never fails, even where the integer family has no table row.
-        {"FarNorth", {60 * d, lon, 61 * d, lon}, 111420, 0, 111511, 0},
-    };
+        {"FarNorth", {60 * d, lon, 61 * d, lon}, 111420, 0, 111511, 0}};
     for (const auto& c : cases) {
         EXPECT_EQ(Measure(kFloat, c.p), Result(1, c.formDist, c.formDir)) << c.name;
         EXPECT_EQ(Measure(kAzi, c.p), Result(1, c.aziDist, c.aziDir)) << c.name;
