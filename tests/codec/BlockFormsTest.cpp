@@ -176,8 +176,7 @@ TEST(BlockForms, InconsistentChainsFailCleanly) {
             {"inner block larger than N", EncodeBwtLzssHufBlock(data), 0, 1999,
              &P::DecodeBwtLzssHuf},
             {"Huffman size beyond the buffer", EncodeBwtLzssHufBlock(data), 4, 2000 + 1297 + 1,
-             &P::DecodeBwtLzssHuf},
-        };
+             &P::DecodeBwtLzssHuf}};
     for (auto [name, block, at, value, decode] : cases) {
         bytes::PutU32LE(block.data() + at, value);
         P proc;

@@ -161,10 +161,9 @@ TEST(PackFolderIO, FindsEveryPositionClipsReadsAndCachesTheSelection) {
             for (auto [offset, size, result] : reads) {
                 const std::string data = all[2].substr(std::min(offset, 7ul), result);
                 EXPECT_EQ(data, pack.Load(offset, size)) << offset << "," << size;
-                std::string direct(16, '#');
-                EXPECT_EQ(result, pack.ReadPackFile(reinterpret_cast<unsigned char*>(&direct[0]),
-                                                    offset, size));
-                EXPECT_EQ(data + '#', direct.substr(0, result + 1));
+                Bytes direct(16, '#');
+                EXPECT_EQ(result, pack.ReadPackFile(direct.data(), offset, size));
+                EXPECT_EQ(data + '#', std::string(direct.begin(), direct.begin() + result + 1));
                 EXPECT_EQ(offset < 7 ? 7 - offset : 0, pack.ReadableSize(offset));
             }
             ASSERT_EQ(1u, pack.OpenPackFile(C("ABCDEFGHIJKL")));
@@ -255,13 +254,11 @@ TEST(CommonProc, FallbackFromDatabaseToSdFollowsBothSwitches) {
     // Database root, SD root, switches, the pack folder's answer, the plain file's ("" fails).
     const std::tuple<const mapdb::TempDir*, const mapdb::TempDir*, bool, bool, std::string,
                      std::string>
-        cases[] = {
-            {&db, &sd, true, false, "db", "db"},  {&db, &sd, true, true, "db", "db"},
-            {&empty, &sd, true, false, "", ""},   {&empty, &sd, true, true, "sd", "sd"},
-            {&empty, &empty, true, true, "", ""}, {&db, &empty, false, false, "", ""},
-            {&db, &sd, false, true, "sd", "sd"},  {&db, &empty, false, true, "", ""},
-            {&broken, &sd, true, true, "", "sd"}, {&empty, &sd, true, true, "sd", "sd"},
-        };
+        cases[] = {{&db, &sd, true, false, "db", "db"},  {&db, &sd, true, true, "db", "db"},
+                   {&empty, &sd, true, false, "", ""},   {&empty, &sd, true, true, "sd", "sd"},
+                   {&empty, &empty, true, true, "", ""}, {&db, &empty, false, false, "", ""},
+                   {&db, &sd, false, true, "sd", "sd"},  {&db, &empty, false, true, "", ""},
+                   {&broken, &sd, true, true, "", "sd"}, {&empty, &sd, true, true, "sd", "sd"}};
     Probe p;
     unsigned char* buf = nullptr;
     for (auto [dbRoot, sdRoot, enableDB, enableSD, folder, file] : cases) {

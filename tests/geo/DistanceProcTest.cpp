@@ -86,11 +86,10 @@ TEST(IntegerDistance, MatchesHandWorkedValuesInEveryFormAndMirrored) {
         for (Form f : {kUnsigned, kSigned, k256}) {
             if (f == k256 && (p[0] % 25 || p[1] % 25 || p[2] % 25 || p[3] % 25)) continue;
             auto cv = [&](int v) { return f == k256 ? v / 25 * 64 : v; };
-            for (int m : {1, f == kUnsigned ? 1 : -1}) {  // the unsigned form is not mirrored
+            for (int m : {1, f == kUnsigned ? 1 : -1})  // the unsigned form is not mirrored
                 EXPECT_EQ(Measure(f, {cv(p[0]), cv(m * p[1]), cv(p[2]), cv(m * p[3])}),
                           Result(1, dist, m > 0 ? dir : (360 - dir) % 360))
                     << name << " form " << f << " mirror " << m;
-            }
         }
     }
     // In 1/256": 230402 * 100 / 256 = 90000.78 -> 90000 (near); 230403 -> 90001 (far). -1
