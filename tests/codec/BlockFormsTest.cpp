@@ -68,30 +68,6 @@ struct Form {
     bool sized;  // the interface takes the source size (the LZMA form)
 };
 
-#define CODEC_FORM(call) \
-    [](CMarlinDataProc& p, void* d, void* s, [[maybe_unused]] unsigned long n) { return call; }
-std::vector<Form> Forms() {
-    using namespace mapdb;
-    auto lzma = [](const Bytes& b) { return EncodeLzmaBlock(b); };
-    auto x86 = [](const Bytes& b) { return EncodeLzmaBlock(b, true); };
-    auto huf = [](const Bytes& b) { return EncodeHuffmanBlock(b); };
-    return {
-        {"lzma", lzma, CODEC_FORM(p.Decode(d, s, n)), true},
-        {"lzma x86", x86, CODEC_FORM(p.Decode(d, s, n)), true},
-        {"Decode", EncodeBwtLzssBlock, CODEC_FORM(p.Decode(d, s)), false},
-        {"BwtLzss", EncodeBwtLzssBlock, CODEC_FORM(p.DecodeBwtLzss(d, s)), false},
-        {"BwtMtfLzss", EncodeBwtMtfLzssBlock, CODEC_FORM(p.DecodeBwtMtfLzss(d, s)), false},
-        {"BwtMtfRc", EncodeBwtMtfRcBlock, CODEC_FORM(p.DecodeBwtMtfRc(d, s)), false},
-        {"BwtLzssHuf", EncodeBwtLzssHufBlock, CODEC_FORM(p.DecodeBwtLzssHuf(d, s)), false},
-        {"Lzss", EncodeLzssBlock, CODEC_FORM(p.LZSS_Decode(s, d)), false},
-        {"Huffman", huf, CODEC_FORM(p.Huffman_Decode(s, d)), false},
-        {"BlockSort", EncodeBlockSortBlock, CODEC_FORM(p.CBlockSortingLSProc::Decode(d, s)), false},
-        {"MoveToFront", EncodeMoveToFrontBlock, CODEC_FORM(p.CMoveToFrontProc::Decode(d, s)),
-         false},
-        {"RangeCoder", EncodeRangeCoderBlock, CODEC_FORM(p.CRangeCoderProc::Decode(d, s)), false}};
-}
-#undef CODEC_FORM
-
 constexpr unsigned long kMaxN = 16384;  // larger claimed sizes of damaged blocks are skipped
 constexpr int kDamaged = 2500;
 
@@ -110,10 +86,31 @@ Bytes Damage(Bytes b, bool sized, std::mt19937& rng) {
     return b;
 }
 
+#define CODEC_FORM(call) \
+    [](CMarlinDataProc& p, void* d, void* s, [[maybe_unused]] unsigned long n) { return call; }
 // The sizeless forms get a spare byte: their LZSS stage reads one token even for an empty block.
 // The size query reads only the length; a length over the 64 MiB cap fails the block, size query
 // included, so that no caller allocates it.
 TEST(BlockForms, RoundTripsTheSizeCapAndDamagedBlocks) {
+    using namespace mapdb;
+    auto lzma = [](const Bytes& b) { return EncodeLzmaBlock(b); };
+    auto x86 = [](const Bytes& b) { return EncodeLzmaBlock(b, true); };
+    auto huf = [](const Bytes& b) { return EncodeHuffmanBlock(b); };
+    const Form forms[] = {
+        {"lzma", lzma, CODEC_FORM(p.Decode(d, s, n)), true},
+        {"lzma x86", x86, CODEC_FORM(p.Decode(d, s, n)), true},
+        {"Decode", EncodeBwtLzssBlock, CODEC_FORM(p.Decode(d, s)), false},
+        {"BwtLzss", EncodeBwtLzssBlock, CODEC_FORM(p.DecodeBwtLzss(d, s)), false},
+        {"BwtMtfLzss", EncodeBwtMtfLzssBlock, CODEC_FORM(p.DecodeBwtMtfLzss(d, s)), false},
+        {"BwtMtfRc", EncodeBwtMtfRcBlock, CODEC_FORM(p.DecodeBwtMtfRc(d, s)), false},
+        {"BwtLzssHuf", EncodeBwtLzssHufBlock, CODEC_FORM(p.DecodeBwtLzssHuf(d, s)), false},
+        {"Lzss", EncodeLzssBlock, CODEC_FORM(p.LZSS_Decode(s, d)), false},
+        {"Huffman", huf, CODEC_FORM(p.Huffman_Decode(s, d)), false},
+        {"BlockSort", EncodeBlockSortBlock, CODEC_FORM(p.CBlockSortingLSProc::Decode(d, s)), false},
+        {"MoveToFront", EncodeMoveToFrontBlock, CODEC_FORM(p.CMoveToFrontProc::Decode(d, s)),
+         false},
+        {"RangeCoder", EncodeRangeCoderBlock, CODEC_FORM(p.CRangeCoderProc::Decode(d, s)), false}};
+#undef CODEC_FORM
     std::vector<Bytes> samples = {{0x41},          {0xFF, 0x00},         {},
                                   Bytes(70000, 0), RandomBytes(3000, 1), RandomBytes(65536, 2)};
     for (size_t n : {255u, 256u, 4097u, 20000u, 32768u}) samples.push_back(Records(n));
@@ -121,7 +118,7 @@ TEST(BlockForms, RoundTripsTheSizeCapAndDamagedBlocks) {
     Bytes padded(size_t{1} << 20, 0);  // sizeless forms read a damaged block followed by zeros
     std::mt19937 rng(20240601);
     CMarlinDataProc proc;  // one object for all, as a reader holds it
-    for (const Form& f : Forms()) {
+    for (const Form& f : forms) {
         SCOPED_TRACE(f.name);
         for (const Bytes& data : samples) {
             const Bytes block = f.encode(data);
