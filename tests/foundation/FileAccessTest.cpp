@@ -10,6 +10,7 @@
 #include <array>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "PackWriter.h"
@@ -28,8 +29,7 @@ char* C(const std::string& s) {
 // The n bytes of a loaded buffer (none when null), which it frees.
 std::string Take(unsigned char** buf, unsigned long n) {
     std::string s = *buf ? std::string(reinterpret_cast<char*>(*buf), n) : "";
-    delete[] * buf;
-    *buf = nullptr;
+    delete[] std::exchange(*buf, nullptr);
     return s;
 }
 
@@ -113,16 +113,14 @@ TEST(FileIO, LoadRulesAndTheLongestPath) {
     Take(&buf, 0);
     close(fd);  // the lowest free descriptor again: the first one a leak would keep
 
-    const std::string path = tmp / DeepPath(tmp.path(), 512),
-                      longer = tmp / DeepPath(tmp.path(), 513);
+    const std::string path = tmp / DeepPath(tmp.path(), 512);  // and path + "g", 513 bytes
     const std::string dir = path.substr(0, path.rfind('/')), name = path.substr(dir.size() + 1);
-    const std::string longDir = longer.substr(0, longer.rfind('/'));
-    for (const std::string& p : {path, longer}) mapdb::WriteFile(p, {'x', 'y'});
+    for (const std::string& p : {path, path + "g"}) mapdb::WriteFile(p, {'x', 'y'});
     mapdb::WriteFile(tmp / "empty", {});
     EXPECT_EQ("xy", Take(&buf, CFileIO::LoadFile(C(dir), C(name), &buf)));
     EXPECT_EQ("y", Take(&buf, CFileIO::LoadFile(C(path), &buf, 1, 0)));
     EXPECT_EQ(0u, CFileIO::LoadFile(C(tmp.path()), C("empty"), &buf));
-    EXPECT_EQ(0u, CFileIO::LoadFile(C(longDir), C(longer.substr(longDir.size() + 1)), &buf));
+    EXPECT_EQ(0u, CFileIO::LoadFile(C(dir), C(name + "g"), &buf));
     EXPECT_EQ(nullptr, buf);
     EXPECT_EQ(0, close(CFileIO::CreateFile(C(dir), C(name))));
     EXPECT_EQ(-1, fcntl(fd, F_GETFD)) << "a descriptor left open";
@@ -245,10 +243,9 @@ TEST(CommonProc, BoundedPathSettersAndTheCancelFlag) {
 // of that folder as well. An SD copy may carry its own name; a path of 512 bytes opens, 513 not.
 TEST(CommonProc, FallbackFromDatabaseToSdFollowsBothSwitches) {
     mapdb::TempDir empty, db, sd, broken;
-    for (const auto* root : {&db, &sd}) {
-        const std::string tag = root == &db ? "db" : "sd";
+    for (auto [root, tag] : {std::pair(&db, "db"), std::pair(&sd, "sd")}) {
         WritePack(root->path(), {"WHO"}, "SET", tag);
-        mapdb::WriteFile(*root / "SET/F.DAT", Bytes(tag.begin(), tag.end()));
+        mapdb::WriteFile(*root / "SET/F.DAT", Bytes(tag, tag + 2));
     }
     WritePack(broken.path(), {}, "SET");  // an empty index
     // Database root, SD root, switches, the pack folder's answer, the plain file's ("" fails).
