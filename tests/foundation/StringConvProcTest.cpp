@@ -39,9 +39,8 @@ Bytes Sjis(unsigned code) {
 // The table holds half-width katakana and the codes of lead bytes 81-9F, E0-EF and FA-FC.
 bool InTable(unsigned code) {
     const unsigned b = code >> 8;
-    return code < 0x100
-               ? code >= 0xA1 && code <= 0xDF
-               : (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xEF) || (b >= 0xFA && b <= 0xFC);
+    if (b == 0) return code >= 0xA1 && code <= 0xDF;
+    return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xEF) || (b >= 0xFA && b <= 0xFC);
 }
 
 CStringConvProc conv;
@@ -63,12 +62,11 @@ TEST(StringConv, EveryCodeAndUnitMatchesTheSystemConverter) {
         ASSERT_EQ(conv.SjisToUtf16(v), decodes ? (u16[0] | u16[1] << 8) : 0);
         ASSERT_EQ(conv.SjisToUtf8(v), decodes ? utf8 : 0);
         const Bytes unit = {static_cast<unsigned char>(v), static_cast<unsigned char>(v >> 8)};
-        unsigned expected = 0;
+        unsigned code = 0;
         if (v != 0 && Iconv("CP932", "UTF-16LE", unit, &sjis) &&
-            Iconv("UTF-16LE", "CP932", sjis, &back) && back == unit) {
-            const unsigned code = sjis.size() == 1 ? sjis[0] : (sjis[0] << 8 | sjis[1]);
-            if (InTable(code)) expected = code;
-        }
+            Iconv("UTF-16LE", "CP932", sjis, &back) && back == unit)
+            code = sjis.size() == 1 ? sjis[0] : (sjis[0] << 8 | sjis[1]);
+        const unsigned expected = InTable(code) ? code : 0;
         units += expected != 0;
         ASSERT_EQ(conv.Utf16ToSjis(v), expected);
         if (v >> 8 != 0x83) continue;  // the hiragana codes (0x82xx) were checked above
@@ -152,8 +150,7 @@ TEST(StringConv, Utf8AndUtf16SubFormsWithoutValidation) {
         {{0xC3, 0xA9, 0xE3, 0x81, 0x82}, {0xE9, 0x3042}},
         {{0xF0, 0x9F, 0x98, 0x80}, {0x07D8, 0}},  // 4-byte lead read as 3, continuation as 3
         {{0x80, 0x41, 0x42}, {0x42}},
-        {{0xE3, 0x81}, {0x3040}},  // sequence cut by len
-    };
+        {{0xE3, 0x81}, {0x3040}}};  // sequence cut by len
     for (auto [utf8, units] : cases) {
         Units dst(8, 0xCCCC);
         const unsigned long len = utf8.size();
@@ -174,10 +171,8 @@ TEST(StringConv, Utf8AndUtf16SubFormsWithoutValidation) {
 // The whole table as one string, against iconv, and back through the allocating forms.
 TEST(StringConv, WholeTableStringsMatchTheSystemConverter) {
     Bytes sjis, utf8, utf16;
-    for (const ST_CONVTBL& row : g_stConvTbl) {
-        const Bytes b = Sjis(row.wSjis);
-        sjis.insert(sjis.end(), b.begin(), b.end());
-    }
+    for (const ST_CONVTBL& row : g_stConvTbl)
+        for (uint8_t c : Sjis(row.wSjis)) sjis.push_back(c);
     ASSERT_TRUE(Iconv("UTF-8", "CP932", sjis, &utf8) && Iconv("UTF-16LE", "CP932", sjis, &utf16));
     for (Bytes* b : {&sjis, &utf8, &utf16, &utf16}) b->push_back(0);  // terminators
     Bytes out(utf8.size() + utf16.size(), 0);
@@ -215,10 +210,9 @@ TEST(StringConv, SortIsCorrectAndItsDepthLogarithmic) {
     std::vector<ST_CONVTBL> rows(g_stConvTbl, g_stConvTbl + kConvTblRows);
     conv.SortConvTblUtf16(rows.data(), 0, static_cast<long>(kConvTblRows) - 1);
     for (size_t i = 1; i < rows.size(); ++i) ASSERT_LE(rows[i - 1].wUtf16, rows[i].wUtf16) << i;
-    ST_CONVTBL few[] = {{1, 9, 0}, {2, 5, 0}, {3, 7, 0}, {4, 1, 0}, {5, 0, 0}};
+    ST_CONVTBL few[] = {{1, 9, 0}, {3, 5, 0}, {4, 7, 0}, {2, 1, 0}, {5, 0, 0}};
     conv.SortConvTblUtf16(few, 1, 3);  // rows outside the range stay
-    const unsigned short order[] = {1, 4, 2, 3, 5};
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(few[i].wSjis, order[i]);
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(few[i].wSjis, i + 1);
 
     // Rows ordered so that every middle pivot is its range's largest: each partition peels off
     // one row. The sort runs on a 64 KiB stack, which only a depth of the order of log2(n) fits.
