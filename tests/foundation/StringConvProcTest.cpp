@@ -33,16 +33,14 @@ bool Iconv(const char* to, const char* from, Bytes in, Bytes* out) {
 }
 
 Bytes Sjis(unsigned code) {
-    if (code < 0x100) return {static_cast<unsigned char>(code)};
-    return {static_cast<unsigned char>(code >> 8), static_cast<unsigned char>(code)};
+    return code < 0x100 ? Bytes{uint8_t(code)} : Bytes{uint8_t(code >> 8), uint8_t(code)};
 }
 
 // The table holds half-width katakana and the codes of lead bytes 81-9F, E0-EF and FA-FC.
 bool InTable(unsigned code) {
     const unsigned b = code >> 8;
-    return code < 0x100
-               ? code >= 0xA1 && code <= 0xDF
-               : (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xEF) || (b >= 0xFA && b <= 0xFC);
+    if (b == 0) return code >= 0xA1 && code <= 0xDF;
+    return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xEF) || (b >= 0xFA && b <= 0xFC);
 }
 
 CStringConvProc conv;
@@ -50,8 +48,9 @@ CStringConvProc conv;
 // Every one- and two-byte code: in the table exactly when iconv decodes it, with its units.
 // Every unit: the code iconv's encoder writes when that code is in the table and decodes back
 // (iconv also writes one-way best fits), else 0. Units with several codes get iconv's choice.
+// Katakana letters map to the hiragana 0x60 units lower, and back.
 TEST(StringConv, EveryCodeAndUnitMatchesTheSystemConverter) {
-    unsigned codes = 0, units = 0;
+    unsigned codes = 0, units = 0, pairs = 0;
     for (unsigned v = 0; v < 0x10000; ++v) {
         SCOPED_TRACE(v);
         Bytes u16, u8, sjis, back;
@@ -63,15 +62,20 @@ TEST(StringConv, EveryCodeAndUnitMatchesTheSystemConverter) {
         ASSERT_EQ(conv.SjisToUtf16(v), decodes ? (u16[0] | u16[1] << 8) : 0);
         ASSERT_EQ(conv.SjisToUtf8(v), decodes ? utf8 : 0);
         const Bytes unit = {static_cast<unsigned char>(v), static_cast<unsigned char>(v >> 8)};
-        unsigned expected = 0;
+        unsigned code = 0;
         if (v != 0 && Iconv("CP932", "UTF-16LE", unit, &sjis) &&
-            Iconv("UTF-16LE", "CP932", sjis, &back) && back == unit) {
-            const unsigned code = sjis.size() == 1 ? sjis[0] : (sjis[0] << 8 | sjis[1]);
-            if (InTable(code)) expected = code;
-        }
+            Iconv("UTF-16LE", "CP932", sjis, &back) && back == unit)
+            code = sjis.size() == 1 ? sjis[0] : (sjis[0] << 8 | sjis[1]);
+        const unsigned expected = InTable(code) ? code : 0;
         units += expected != 0;
         ASSERT_EQ(conv.Utf16ToSjis(v), expected);
+        if (v >> 8 != 0x83) continue;  // the hiragana codes (0x82xx) were checked above
+        const unsigned kata = conv.SjisToUtf16(v), hira = conv.KataToHira(v);
+        ASSERT_EQ(hira != 0, kata >= 0x30A1 && kata <= 0x30F3);
+        pairs += hira != 0;
+        ASSERT_TRUE(!hira || (conv.SjisToUtf16(hira) == kata - 0x60 && conv.HiraToKata(hira) == v));
     }
+    EXPECT_EQ(pairs, kKanaTblRows);
     EXPECT_EQ(codes, kConvTblRows);
     EXPECT_EQ(units, 7389u);  // 398 codes are second or third codes of a unit
 }
@@ -86,21 +90,6 @@ TEST(StringConv, HalfWidthAndKanaTablesMatchTheSystemConverter) {
     for (unsigned b = 0xA6; b <= 0xDF; ++b)
         EXPECT_EQ(conv.HanToZen(b), sjis[2 * (b - 0xA6)] << 8 | sjis[2 * (b - 0xA6) + 1]) << b;
     for (unsigned short code : {0x41, 0xA5, 0xE0, 0x8341}) EXPECT_EQ(conv.HanToZen(code), 0);
-    // Katakana and hiragana of a letter are 0x60 units apart; the two directions are inverse.
-    unsigned pairs = 0;
-    for (unsigned kata = 0x8300; kata < 0x8400; ++kata) {
-        const unsigned short hira = conv.KataToHira(kata);
-        Bytes k, h;
-        const bool letter = Iconv("UTF-16LE", "CP932", Sjis(kata), &k) && k.size() == 2 &&
-                            (k[0] | k[1] << 8) >= 0x30A1 && (k[0] | k[1] << 8) <= 0x30F3;
-        ASSERT_EQ(hira != 0, letter) << kata;
-        if (!letter) continue;
-        ++pairs;
-        ASSERT_TRUE(Iconv("UTF-16LE", "CP932", Sjis(hira), &h));
-        EXPECT_EQ((k[0] | k[1] << 8) - 0x60, h[0] | h[1] << 8);
-        EXPECT_EQ(conv.HiraToKata(hira), kata);
-    }
-    EXPECT_EQ(pairs, kKanaTblRows);
     EXPECT_TRUE(conv.HiraToKata(0x829E) == 0 && conv.HiraToKata(0x82F2) == 0);
 }
 
@@ -126,14 +115,12 @@ void CheckStrings(const std::vector<StringCase>& cases, Fn convert) {
 TEST(StringConv, StringFormsKeepCapacityTerminatorAndQuirks) {
     using namespace std::string_literals;
     CheckStrings(
-        {{"ascii, hiragana, high bytes", "Ab\x82\xA0\x80\xA0\xFD", 0,
-          "Ab\xE3\x81\x82\x80\xA0\xFD\0"s},
+        {{"ascii, kana, high", "Ab\x82\xA0\x80\xA0\xFD", 0, "Ab\xE3\x81\x82\x80\xA0\xFD\0"s},
          {"bad trail, lead at the end", "\x81 A\x82", 0, "\xE2\x80\xBB\x41\xE2\x80\xBB\0"s},
          {"capacity cuts", "AB", 2, "A\0"s},
          {"character not split", "A\x82\xA0", 4, "A\0"s}},
         [](auto d, auto s, auto n) { return conv.SjisToUtf8(d, s, n); });
-    CheckStrings({{"units, missing code, lead at the end", "A\x82\xA0\xB1\x85@\x82", 0,
-                   "A\0B0q\xFF@\x85\x82\0\0\0"s},
+    CheckStrings({{"units, gap, lead", "A\x82\xA0\xB1\x85@\x82", 0, "A\0B0q\xFF@\x85\x82\0\0\0"s},
                   {"capacity odd", "AB", 5, "A\0\0\0"s},
                   {"capacity below terminator", "A", 1, ""}},
                  [](auto d, auto s, auto n) { return conv.SjisToUtf16(d, s, n); });
@@ -163,8 +150,7 @@ TEST(StringConv, Utf8AndUtf16SubFormsWithoutValidation) {
         {{0xC3, 0xA9, 0xE3, 0x81, 0x82}, {0xE9, 0x3042}},
         {{0xF0, 0x9F, 0x98, 0x80}, {0x07D8, 0}},  // 4-byte lead read as 3, continuation as 3
         {{0x80, 0x41, 0x42}, {0x42}},
-        {{0xE3, 0x81}, {0x3040}},  // sequence cut by len
-    };
+        {{0xE3, 0x81}, {0x3040}}};  // sequence cut by len
     for (auto [utf8, units] : cases) {
         Units dst(8, 0xCCCC);
         const unsigned long len = utf8.size();
@@ -185,10 +171,8 @@ TEST(StringConv, Utf8AndUtf16SubFormsWithoutValidation) {
 // The whole table as one string, against iconv, and back through the allocating forms.
 TEST(StringConv, WholeTableStringsMatchTheSystemConverter) {
     Bytes sjis, utf8, utf16;
-    for (const ST_CONVTBL& row : g_stConvTbl) {
-        const Bytes b = Sjis(row.wSjis);
-        sjis.insert(sjis.end(), b.begin(), b.end());
-    }
+    for (const ST_CONVTBL& row : g_stConvTbl)
+        for (uint8_t c : Sjis(row.wSjis)) sjis.push_back(c);
     ASSERT_TRUE(Iconv("UTF-8", "CP932", sjis, &utf8) && Iconv("UTF-16LE", "CP932", sjis, &utf16));
     for (Bytes* b : {&sjis, &utf8, &utf16, &utf16}) b->push_back(0);  // terminators
     Bytes out(utf8.size() + utf16.size(), 0);
@@ -222,23 +206,20 @@ TEST(StringConv, WideStrCmpAndWordReads) {
     EXPECT_TRUE(conv.ConvToWORD(p) == 0x12F4 && conv.LConvToWORD(p) == 0xF412);
 }
 
-// Rows ordered so that every middle pivot is its range's largest: each partition peels off one
-// row. The sort runs on a 64 KiB stack, which only a depth of the order of log2(n) fits.
-constexpr long kRows = 6000;  // rows in the adversarial order
-void* SortAdversarial(void* rows) {
-    conv.SortConvTblUtf16(static_cast<ST_CONVTBL*>(rows), 0, kRows - 1);
-    return nullptr;
-}
-
 TEST(StringConv, SortIsCorrectAndItsDepthLogarithmic) {
     std::vector<ST_CONVTBL> rows(g_stConvTbl, g_stConvTbl + kConvTblRows);
     conv.SortConvTblUtf16(rows.data(), 0, static_cast<long>(kConvTblRows) - 1);
     for (size_t i = 1; i < rows.size(); ++i) ASSERT_LE(rows[i - 1].wUtf16, rows[i].wUtf16) << i;
-    ST_CONVTBL few[] = {{1, 9, 0}, {2, 5, 0}, {3, 7, 0}, {4, 1, 0}, {5, 0, 0}};
+    ST_CONVTBL few[] = {{1, 9, 0}, {3, 5, 0}, {4, 7, 0}, {2, 1, 0}, {5, 0, 0}};
     conv.SortConvTblUtf16(few, 1, 3);  // rows outside the range stay
-    const unsigned short order[] = {1, 4, 2, 3, 5};
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(few[i].wSjis, order[i]);
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(few[i].wSjis, i + 1);
 
+    // Rows ordered so that every middle pivot is its range's largest: each partition peels off
+    // one row. The sort runs on a 64 KiB stack, which only a depth of the order of log2(n) fits.
+    constexpr long kRows = 6000;
+    auto sort = [](void* rows) -> void* {
+        return conv.SortConvTblUtf16(static_cast<ST_CONVTBL*>(rows), 0, kRows - 1), nullptr;
+    };
     std::vector<long> at(kRows);
     std::iota(at.begin(), at.end(), 0);
     std::vector<ST_CONVTBL> bad(kRows);
@@ -250,7 +231,7 @@ TEST(StringConv, SortIsCorrectAndItsDepthLogarithmic) {
     pthread_attr_init(&attr);
     pthread_attr_setstacksize(&attr, 64 * 1024);
     pthread_t t;
-    ASSERT_EQ(0, pthread_create(&t, &attr, SortAdversarial, bad.data()));
+    ASSERT_EQ(0, pthread_create(&t, &attr, sort, bad.data()));
     pthread_join(t, nullptr);
     pthread_attr_destroy(&attr);
     for (long k = 0; k < kRows; ++k) ASSERT_EQ(bad[k].wUtf16, k);
