@@ -123,6 +123,7 @@ TEST(FileIO, LoadRulesAndTheLongestPath) {
     EXPECT_EQ(0u, CFileIO::LoadFile(C(dir), C(name + "g"), &buf));
     EXPECT_EQ(nullptr, buf);
     EXPECT_EQ(0, close(CFileIO::CreateFile(C(dir), C(name))));
+    EXPECT_EQ(0, close(CFileIO::CreateWriteFile(C(dir), C(name))));
     EXPECT_EQ(-1, fcntl(fd, F_GETFD)) << "a descriptor left open";
     EXPECT_EQ(-1, CFileIO::CreateFile(C(tmp.path()), C("absent")));
     // The write open never creates the file, but makes its folder.
