@@ -298,8 +298,8 @@ unsigned long CStringConvProc::HiraToKata(unsigned char* dst, unsigned char* src
 unsigned long CStringConvProc::UTF8ToUTF16Sub(unsigned short* dst, unsigned char* src,
                                               unsigned long len) {
     if (src == nullptr) return 0;
-    // Continuation bytes past len read as 0 rather than past the caller's data.
-    auto at = [src, len](unsigned long k) -> unsigned { return k < len ? src[k] : 0u; };
+    // A sequence that starts before len is decoded whole: its continuation bytes are read even
+    // at or after len. A NUL ends it, so nothing past a string's terminator is read.
     unsigned long n = 0;
     for (unsigned long i = 0; i < len;) {
         const unsigned b = src[i];
@@ -308,11 +308,13 @@ unsigned long CStringConvProc::UTF8ToUTF16Sub(unsigned short* dst, unsigned char
             unit = b;
             i += 1;
         } else if ((b & 0xE0) == 0xC0) {
-            unit = ((b & 0x1F) << 6) | (at(i + 1) & 0x3F);
+            unit = ((b & 0x1F) << 6) | (src[i + 1] & 0x3F);
             i += 2;
         } else {
             // Deliberately unvalidated: every other byte starts a 3-byte sequence.
-            unit = (b << 12) | ((at(i + 1) & 0x3F) << 6) | (at(i + 2) & 0x3F);
+            const unsigned second = src[i + 1];
+            const unsigned third = second != 0 ? src[i + 2] : 0;
+            unit = (b << 12) | ((second & 0x3F) << 6) | (third & 0x3F);
             i += 3;
         }
         if (dst != nullptr) dst[n] = static_cast<unsigned short>(unit);

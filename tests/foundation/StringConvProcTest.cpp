@@ -145,16 +145,16 @@ TEST(StringConv, StringFormsKeepCapacityTerminatorAndQuirks) {
 }
 
 TEST(StringConv, Utf8AndUtf16SubFormsWithoutValidation) {
-    const std::pair<Bytes, Units> cases[] = {
-        {{'A', 0, 'z'}, {0x41, 0, 0x7A}},  // a 0 byte inside len is a unit
-        {{0xC3, 0xA9, 0xE3, 0x81, 0x82}, {0xE9, 0x3042}},
-        {{0xF0, 0x9F, 0x98, 0x80}, {0x07D8, 0}},  // 4-byte lead read as 3, continuation as 3
-        {{0x80, 0x41, 0x42}, {0x42}},
-        {{0xE3, 0x81}, {0x3040}}};  // sequence cut by len
-    for (auto [utf8, units] : cases) {
+    // Bytes (some past len), len, units: a sequence that starts before len is read whole.
+    const std::tuple<Bytes, unsigned long, Units> cases[] = {
+        {{'A', 0, 'z', 'A'}, 3, {0x41, 0, 0x7A}},  // a 0 byte inside len is a unit
+        {{0xC3, 0xA9, 0xE3, 0x81, 0x82, 'A'}, 5, {0xE9, 0x3042}},
+        {{0xF0, 0x9F, 0x98, 0x80, 'A', 'B'}, 4, {0x07D8, 0x42}},  // 4-byte lead read as 3
+        {{0x80, 0x41, 0x42, 'A'}, 3, {0x42}},
+        {{'a', 0xE3, 0x81, 0x82}, 2, {0x61, 0x3042}},
+        {{0xE3, 0, 'A'}, 1, {0x3000}}};  // a NUL ends the sequence
+    for (auto [utf8, len, units] : cases) {
         Units dst(8, 0xCCCC);
-        const unsigned long len = utf8.size();
-        utf8.push_back(0x41);
         EXPECT_EQ(conv.UTF8ToUTF16Sub(nullptr, utf8.data(), len), units.size());
         EXPECT_EQ(conv.UTF8ToUTF16Sub(dst.data(), utf8.data(), len), units.size());
         units.insert(units.end(), {0, 0xCCCC});
