@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs a build into a temporary prefix and checks what a host program sees there: the
-# installed files, the library's SONAME, and a consumer program built twice (as a CMake project
+# installed files, that each header compiles alone, the library's SONAME, and a consumer program built twice (as a CMake project
 # with find_package, and with g++ and pkg-config) that must run and pass its own checks.
 # Usage: run.sh <build dir> <work dir> <libdir> <version> <soversion> <c++ compiler> [flags]
 set -euo pipefail
@@ -26,6 +26,11 @@ for f in foundation/ReadAt.h foundation/TableFile.h foundation/IndexSearch.h fou
          codec/CodecDetail.h search/GenreFilter.h search/PoiPage.h; do
   [ ! -e "$inc/$f" ] || fail "internal header $f installed"
 done
+# Every installed header compiles on its own, with only the installed tree on the path.
+while IFS= read -r h; do
+  echo "#include <$h>" | "$cxx" -std=c++17 -Wall -Wextra -Werror -fsyntax-only -I"$inc" -x c++ - \
+    || fail "installed header $h does not compile on its own"
+done < <(cd "$inc" && find . -name '*.h' | sed 's|^\./||' | sort)
 lib=$prefix/$libdir/libSearchProc.so
 [ -f "$lib.$version" ] || fail "$lib.$version not installed"
 [ -L "$lib" ] || fail "$lib (link for the linker) not installed"
