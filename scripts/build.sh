@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-packages=(build-essential cmake pkg-config liblzma-dev libfreetype-dev fonts-ipaexfont-gothic
+packages=(build-essential cmake pkg-config liblzma-dev lzma-dev libfreetype-dev fonts-ipaexfont-gothic
           libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libstb-dev
           libcli11-dev libsqlite3-dev xz-utils)
 missing=()

@@ -1,12 +1,7 @@
-// LZMA block decoding on liblzma's raw LZMA1 decoder and x86 BCJ filter. The stream may or may
-// not end with an end marker; decoding stops at the output limit like a one-call decoder would.
+// LZMA block decoding on the LZMA SDK decoder (LzmaDec.c, compiled from the installed SDK
+// sources) and our x86 branch converter. The stream may or may not end with an end marker;
+// decoding stops at the output limit like a one-call decoder does.
 #include "codec/LzmaProc.h"
-
-#include <lzma.h>
-
-#ifndef LZMA_FILTER_LZMA1EXT
-#error "liblzma 5.4 or later is needed (LZMA1 streams of known size)"
-#endif
 
 #include <cstdint>
 #include <cstdlib>
@@ -14,104 +9,102 @@
 #include "codec/CodecDetail.h"
 #include "foundation/Bytes.h"
 
+// Last: the SDK's Types.h defines short macros (True, False, RINOK) of its own.
+#include <lzma/LzmaDec.h>
+
 namespace {
 
 constexpr unsigned int kHeaderSize = 14;
 constexpr unsigned int kPropsOffset = 1;
-constexpr unsigned int kPropsSize = 5;
 constexpr unsigned int kSizeOffset = 6;
-constexpr unsigned int kRangeInitBytes = 5;  // a stream shorter than this cannot start
 
-enum class Outcome { kDone, kFailed, kNoMemory };
-
+// The SDK's allocator interface over the caller's allocation functions.
 struct CallerAllocator {
+    ISzAlloc base;
     void* (*alloc)(size_t);
     void (*release)(void*);
 };
 
-void* AllocThunk(void* opaque, size_t nmemb, size_t size) {
-    if (size != 0 && nmemb > SIZE_MAX / size) return nullptr;
-    return static_cast<CallerAllocator*>(opaque)->alloc(nmemb * size);
+void* AllocThunk(void* self, size_t size) {
+    return static_cast<CallerAllocator*>(self)->alloc(size);
 }
 
-void FreeThunk(void* opaque, void* ptr) {
-    if (ptr != nullptr) static_cast<CallerAllocator*>(opaque)->release(ptr);
+void FreeThunk(void* self, void* address) {
+    if (address != nullptr) static_cast<CallerAllocator*>(self)->release(address);
 }
 
-Outcome FromRet(lzma_ret ret) {
-    return ret == LZMA_MEM_ERROR ? Outcome::kNoMemory : Outcome::kFailed;
+bool IsE8OrE9(uint8_t b) {
+    return (b & 0xFE) == 0xE8;
 }
 
-// Runs one decoder chain over the whole stream into out[0, outSize). The chain is done when
-// the stream ends (end marker or known size reached) or when the output is full.
-Outcome RunChain(const lzma_filter* filters, const lzma_allocator* allocator, const uint8_t* in,
-                 size_t inSize, uint8_t* out, size_t outSize, size_t* produced) {
-    lzma_stream strm = LZMA_STREAM_INIT;
-    strm.allocator = allocator;
-    lzma_ret ret = lzma_raw_decoder(&strm, filters);
-    if (ret != LZMA_OK) {
-        lzma_end(&strm);
-        return FromRet(ret);
-    }
-    strm.next_in = in;
-    strm.avail_in = inSize;
-    strm.next_out = out;
-    strm.avail_out = outSize;
-    Outcome outcome;
-    for (;;) {
-        ret = lzma_code(&strm, LZMA_FINISH);
-        if (ret == LZMA_STREAM_END || (ret == LZMA_OK && strm.avail_out == 0)) {
-            outcome = Outcome::kDone;
-            break;
-        }
-        if (ret != LZMA_OK) {
-            outcome = FromRet(ret);
-            break;
-        }
-    }
-    *produced = static_cast<size_t>(strm.total_out);
-    lzma_end(&strm);
-    return outcome;
-}
-
-// Decodes the stream with the output limit as the only stop condition besides an end marker.
-//
-// First pass: LZMA1 told the expected size (the limit), end marker allowed right after it. This
-// ends the stream exactly at the limit, which also makes the x86 filter release the last bytes
-// it holds back. When that pass fails (an end marker before the limit, a stream longer than the
-// limit, damage), a second pass without a size decides: it succeeds when an end marker comes
-// first or when the output fills up, and fails otherwise.
-Outcome DecodeStream(bool x86, const lzma_options_lzma& props, const lzma_allocator* allocator,
-                     const uint8_t* in, size_t inSize, uint8_t* out, size_t outSize,
-                     size_t* produced) {
-    lzma_options_bcj bcj = {};
-    bcj.start_offset = 0;
-    lzma_options_lzma lz = props;
-    // A one-call decoder may refer back to anything it has produced, whatever the header's
-    // dictionary size says; a dictionary as large as the output gives the same reach.
-    lz.dict_size =
-        outSize < LZMA_DICT_SIZE_MIN ? LZMA_DICT_SIZE_MIN : static_cast<uint32_t>(outSize);
-
-    lzma_filter filters[3];
-    size_t k = 0;
-    if (x86) filters[k++] = {LZMA_FILTER_X86, &bcj};
-    size_t lzmaAt = k;
-    filters[k++] = {LZMA_FILTER_LZMA1EXT, &lz};
-    filters[k] = {LZMA_VLI_UNKNOWN, nullptr};
-
-    lz.ext_flags = LZMA_LZMA1EXT_ALLOW_EOPM;
-    lzma_set_ext_size(lz, static_cast<uint64_t>(outSize));
-    Outcome first = RunChain(filters, allocator, in, inSize, out, outSize, produced);
-    if (first != Outcome::kFailed) return first;
-
-    filters[lzmaAt].id = LZMA_FILTER_LZMA1;
-    lz.ext_flags = 0;
-    lz.ext_size_low = 0;
-    lz.ext_size_high = 0;
-    return RunChain(filters, allocator, in, inSize, out, outSize, produced);
+// The top byte of a 32-bit operand that a near call or jump across the image can have.
+bool IsNearTopByte(uint8_t b) {
+    return b == 0x00 || b == 0xFF;
 }
 
 }  // namespace
+
+namespace codec {
+namespace detail {
+
+// Converts the 32-bit operands of E8 (call) and E9 (jmp) instructions between relative and
+// absolute form, the image starting at position 0. A run of E8/E9 bytes within the three bytes
+// before an opcode (kept as a 3-bit mask) decides whether the opcode is taken as one.
+void X86Convert(uint8_t* data, size_t size, bool encoding) {
+    static const uint8_t kMaskAllowed[8] = {1, 1, 1, 0, 1, 0, 0, 0};
+    static const uint8_t kMaskBit[8] = {0, 1, 2, 2, 3, 3, 3, 3};
+    if (size < 5) return;
+    const uint32_t ip = 5;  // operands are relative to the end of the 5-byte instruction
+    const size_t limit = size - 4;
+    size_t pos = 0;
+    size_t prevPos = SIZE_MAX;  // position of the last E8/E9 seen (wraps to "far away")
+    uint32_t prevMask = 0;
+    for (;;) {
+        while (pos < limit && !IsE8OrE9(data[pos])) ++pos;
+        if (pos >= limit) break;
+        uint8_t* p = data + pos;
+        const size_t gap = pos - prevPos;
+        if (gap > 3) {
+            prevMask = 0;
+        } else {
+            prevMask = (prevMask << (gap - 1)) & 7;
+            if (prevMask != 0) {
+                const uint8_t b = p[4 - kMaskBit[prevMask]];
+                if (!kMaskAllowed[prevMask] || IsNearTopByte(b)) {
+                    prevPos = pos;
+                    prevMask = ((prevMask << 1) & 7) | 1;
+                    ++pos;
+                    continue;
+                }
+            }
+        }
+        prevPos = pos;
+        if (!IsNearTopByte(p[4])) {
+            prevMask = ((prevMask << 1) & 7) | 1;
+            ++pos;
+            continue;
+        }
+        uint32_t src = static_cast<uint32_t>(p[4]) << 24 | static_cast<uint32_t>(p[3]) << 16 |
+                       static_cast<uint32_t>(p[2]) << 8 | p[1];
+        uint32_t dest;
+        for (;;) {
+            const uint32_t at = ip + static_cast<uint32_t>(pos);
+            dest = encoding ? src + at : src - at;
+            if (prevMask == 0) break;
+            const unsigned index = kMaskBit[prevMask] * 8u;
+            if (!IsNearTopByte(static_cast<uint8_t>(dest >> (24 - index)))) break;
+            src = dest ^ ((1u << (32 - index)) - 1);
+        }
+        p[4] = static_cast<uint8_t>(~(((dest >> 24) & 1) - 1));
+        p[3] = static_cast<uint8_t>(dest >> 16);
+        p[2] = static_cast<uint8_t>(dest >> 8);
+        p[1] = static_cast<uint8_t>(dest);
+        pos += 5;
+    }
+}
+
+}  // namespace detail
+}  // namespace codec
 
 extern "C" int LzmaRamGetUncompressedSize(const unsigned char* in, unsigned int inSize,
                                           unsigned int* outSize) {
@@ -132,37 +125,34 @@ extern "C" int LzmaRamDecompress(const unsigned char* in, unsigned int inSize, u
     if (filter > 1) return 1;
     if (allocFunc == nullptr || freeFunc == nullptr || (out == nullptr && outSize != 0)) return 1;
 
-    // The property bytes are checked without the caller's allocator, so that bad properties
-    // report 1 even when memory is short.
-    lzma_filter decoded = {LZMA_FILTER_LZMA1, nullptr};
-    if (lzma_properties_decode(&decoded, nullptr, in + kPropsOffset, kPropsSize) != LZMA_OK) {
-        free(decoded.options);
-        return 1;
-    }
-    const lzma_options_lzma props = *static_cast<lzma_options_lzma*>(decoded.options);
-    free(decoded.options);
+    // Properties first, so that bad ones report 1 even when memory is short; then the
+    // probability model, 1846 + (768 << (lc + lp)) 16-bit counters, from the caller.
+    CLzmaProps props;
+    if (LzmaProps_Decode(&props, in + kPropsOffset, LZMA_PROPS_SIZE) != SZ_OK) return 1;
+    CallerAllocator caller = {{AllocThunk, FreeThunk}, allocFunc, freeFunc};
+    CLzmaDec dec;
+    LzmaDec_Construct(&dec);
+    if (LzmaDec_AllocateProbs(&dec, in + kPropsOffset, LZMA_PROPS_SIZE, &caller.base) != SZ_OK)
+        return 2;
 
-    const uint8_t* stream = in + kHeaderSize;
-    const size_t streamSize = inSize - kHeaderSize;
-    if (outSize == 0) {
-        // Nothing to produce; a stream still needs its range coder start to count as valid.
-        return streamSize >= kRangeInitBytes ? 0 : 1;
-    }
+    // A one-call decoder refers back into everything it has produced, whatever the header's
+    // dictionary size says: the whole output is the dictionary.
+    dec.prop.dicSize = UINT32_MAX;
+    dec.dic = out;
+    dec.dicBufSize = outSize;
+    LzmaDec_Init(&dec);
+    SizeT consumed = inSize - kHeaderSize;
+    ELzmaStatus status;
+    const SRes res =
+        LzmaDec_DecodeToDic(&dec, outSize, in + kHeaderSize, &consumed, LZMA_FINISH_ANY, &status);
+    const SizeT produced = dec.dicPos;
+    LzmaDec_FreeProbs(&dec, &caller.base);
+    // Input running out before the output is full or the end marker is damage too.
+    if (res != SZ_OK || status == LZMA_STATUS_NEEDS_MORE_INPUT) return 1;
 
-    CallerAllocator caller = {allocFunc, freeFunc};
-    const lzma_allocator allocator = {AllocThunk, FreeThunk, &caller};
-    size_t produced = 0;
-    switch (
-        DecodeStream(filter == 1, props, &allocator, stream, streamSize, out, outSize, &produced)) {
-        case Outcome::kDone:
-            *processed = static_cast<unsigned int>(produced);
-            return 0;
-        case Outcome::kNoMemory:
-            return 2;
-        case Outcome::kFailed:
-            break;
-    }
-    return 1;
+    *processed = static_cast<unsigned int>(produced);
+    if (filter == 1) codec::detail::X86Convert(out, produced, false);
+    return 0;
 }
 
 CLzmaProc::CLzmaProc() {}

@@ -1,6 +1,6 @@
 // CLzmaProc and the two plain-C entry points: the LZMA block form used by every data-set reader,
 // a 14-byte header (filter byte, 5 LZMA property bytes, 64-bit decoded size) and a raw LZMA1
-// stream, optionally x86 branch-converted. Decoding is done by liblzma.
+// stream, optionally x86 branch-converted. Decoding is done by the LZMA SDK decoder.
 #pragma once
 
 #include <cstddef>
