@@ -13,14 +13,10 @@ namespace mapdb {
 struct LzmaBlockOptions {
     bool x86 = false;        // x86 branch conversion before compression (filter byte 1)
     bool endMarker = false;  // also end the stream with an end marker (the size is in the header)
-    uint32_t level = 5;      // encoder level 0..9
-    uint32_t lc = 3;         // literal context bits 0..8
-    uint32_t lp = 0;         // literal position bits 0..4
-    uint32_t pb = 2;         // position bits 0..4
+    uint32_t preset = 6;     // liblzma preset level 0..9
 };
 
-// LZMA block: filter byte, 5 property bytes, 64-bit decoded size, raw LZMA1 stream (made by
-// the LZMA SDK encoder, so every property byte can be written).
+// LZMA block: filter byte, 5 property bytes, 64-bit decoded size, raw LZMA1 stream.
 Bytes EncodeLzmaBlock(const Bytes& data, bool x86 = false);
 Bytes EncodeLzmaBlock(const Bytes& data, const LzmaBlockOptions& options);
 

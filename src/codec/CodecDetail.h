@@ -45,10 +45,5 @@ unsigned long BlockSortDecode(uint8_t* dst, const uint8_t* src, unsigned long n,
 unsigned long HuffmanDecode(uint8_t* dst, const uint8_t* src, unsigned long n,
                             const uint32_t* freq);
 
-// x86 branch conversion of the operands of E8/E9 instructions over a whole image that starts at
-// position 0: relative to absolute when encoding, back when decoding. The last 4 bytes are never
-// an opcode.
-void X86Convert(uint8_t* data, size_t size, bool encoding);
-
 }  // namespace detail
 }  // namespace codec

@@ -42,15 +42,11 @@ bool IsNearTopByte(uint8_t b) {
     return b == 0x00 || b == 0xFF;
 }
 
-}  // namespace
-
-namespace codec {
-namespace detail {
-
-// Converts the 32-bit operands of E8 (call) and E9 (jmp) instructions between relative and
-// absolute form, the image starting at position 0. A run of E8/E9 bytes within the three bytes
-// before an opcode (kept as a 3-bit mask) decides whether the opcode is taken as one.
-void X86Convert(uint8_t* data, size_t size, bool encoding) {
+// Turns the absolute 32-bit operands of E8 (call) and E9 (jmp) instructions back into relative
+// ones, the image starting at position 0 with a zero state. A run of E8/E9 bytes within the three
+// bytes before an opcode (kept as a 3-bit mask) decides whether the opcode is taken as one. The
+// last 4 bytes are never an opcode.
+void X86Decode(uint8_t* data, size_t size) {
     static const uint8_t kMaskAllowed[8] = {1, 1, 1, 0, 1, 0, 0, 0};
     static const uint8_t kMaskBit[8] = {0, 1, 2, 2, 3, 3, 3, 3};
     if (size < 5) return;
@@ -89,7 +85,7 @@ void X86Convert(uint8_t* data, size_t size, bool encoding) {
         uint32_t dest;
         for (;;) {
             const uint32_t at = ip + static_cast<uint32_t>(pos);
-            dest = encoding ? src + at : src - at;
+            dest = src - at;
             if (prevMask == 0) break;
             const unsigned index = kMaskBit[prevMask] * 8u;
             if (!IsNearTopByte(static_cast<uint8_t>(dest >> (24 - index)))) break;
@@ -103,8 +99,7 @@ void X86Convert(uint8_t* data, size_t size, bool encoding) {
     }
 }
 
-}  // namespace detail
-}  // namespace codec
+}  // namespace
 
 extern "C" int LzmaRamGetUncompressedSize(const unsigned char* in, unsigned int inSize,
                                           unsigned int* outSize) {
@@ -151,7 +146,7 @@ extern "C" int LzmaRamDecompress(const unsigned char* in, unsigned int inSize, u
     if (res != SZ_OK || status == LZMA_STATUS_NEEDS_MORE_INPUT) return 1;
 
     *processed = static_cast<unsigned int>(produced);
-    if (filter == 1) codec::detail::X86Convert(out, produced, false);
+    if (filter == 1) X86Decode(out, produced);
     return 0;
 }
 
