@@ -25,6 +25,8 @@
 #include "search/SearchHomePhoneProc.h"
 #include "search/SearchKanaProc.h"
 #include "search/SearchKanaProcMA.h"
+#include "search/SearchPhoneProc.h"
+#include "search/SearchTelephoneProc.h"
 #include "search/VicinityProc.h"
 
 // Auxiliary data

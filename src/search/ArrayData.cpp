@@ -1,6 +1,10 @@
 // CArrayData<T> and its four explicit instantiations.
 #include "search/ArrayData.h"
 
+#include "search/IconID.h"
+#include "search/SearchAddressProc.h"
+#include "search/SearchHomePhoneProc.h"
+
 #include <cstring>
 #include <new>
 
@@ -103,7 +107,7 @@ void CArrayData<T>::RemoveAll() {
     dwCount = 0;
 }
 
-template class SP_EXPORT CArrayData<CLocationData>;
-template class SP_EXPORT CArrayData<CHomePhoneOffsetData>;
-template class SP_EXPORT CArrayData<CAddressData>;
-template class SP_EXPORT CArrayData<CIconID::STRUCT_ICONID>;
+template class CArrayData<CLocationData>;
+template class CArrayData<CHomePhoneOffsetData>;
+template class CArrayData<CAddressData>;
+template class CArrayData<CIconID::STRUCT_ICONID>;

@@ -1,16 +1,14 @@
 // CArrayData<T>: the result list of the searches. Up to 256 blocks of 256 elements, allocated
 // on demand and never moved or freed before destruction, so at most 65,536 elements.
-// Instantiated for CLocationData, CHomePhoneOffsetData, CAddressData and CIconID::STRUCT_ICONID.
+// Instantiated (in ArrayData.cpp) for CLocationData, CHomePhoneOffsetData, CAddressData and
+// CIconID::STRUCT_ICONID; headers of those types include this one.
 // One thread at a time per array.
 #pragma once
 
 #include <cstdint>
 
 #include "foundation/Export.h"
-#include "search/IconID.h"
 #include "search/LocationData.h"
-#include "search/SearchAddressProc.h"
-#include "search/SearchHomePhoneProc.h"
 
 template <typename T>
 class SP_EXPORT CArrayData {
