@@ -10,6 +10,7 @@
 #include "foundation/Bytes.h"
 #include "foundation/ReadAt.h"
 #include "foundation/TableFile.h"
+#include "search/AttrFlags.h"
 #include "search/GenreFilter.h"
 
 namespace {
@@ -220,11 +221,7 @@ bool CSearchBaseDataProc::GetData(CPoiData* poi, unsigned long offset) {
     poi->dwTelNo = bytes::ReadU32LE(q);
     poi->lLon = bytes::WidenLongitude(bytes::ReadU24LE(q + 4));
     poi->lLat = bytes::WidenLatitude(bytes::ReadU24LE(q + 7));
-    const unsigned flags = q[10];
-    uint32_t digit = 1;
-    for (int bit = 0; bit < 8; ++bit, digit *= 10) {
-        if (flags & (1u << bit)) poi->dwAttr += digit;
-    }
+    poi->dwAttr += attr_flags::Decimal(q[10]);
     return true;
 }
 

@@ -12,6 +12,7 @@
 #include "foundation/IndexSearch.h"
 #include "foundation/TableFile.h"
 #include "search/ArrayRelease.h"
+#include "search/AttrFlags.h"
 #include "search/PhoneKey.h"
 #include "search/ReadingKey.h"
 
@@ -36,16 +37,6 @@ constexpr unsigned long kMaxContainer = 0xFFFF + (kMaxReading + 1) + (kMaxText +
 void FileName(char (&name)[32], unsigned long kind, uint32_t selector, const char* ext) {
     snprintf(name, sizeof(name), "%s%03u.%s", kind == kCompany ? "CP" : "H",
              static_cast<unsigned>(selector), ext);
-}
-
-// Flag bit i that is set adds 10^i.
-uint32_t FlagDigits(unsigned flags) {
-    uint32_t sum = 0;
-    uint32_t digit = 1;
-    for (int bit = 0; bit < 8; ++bit, digit *= 10) {
-        if (flags & (1u << bit)) sum += digit;
-    }
-    return sum;
 }
 
 // Normalised reading key of a NUL-terminated reading of at most kMaxReading bytes; false when
@@ -95,7 +86,7 @@ bool AppendRecord(const unsigned char* container, unsigned long len, unsigned lo
     const unsigned char* q = lf2 + 1;
     rec.lLon = bytes::WidenLongitude(bytes::ReadU24LE(q));
     rec.lLat = bytes::WidenLatitude(bytes::ReadU24LE(q + 3));
-    rec.dwAttr += FlagDigits(q[6]);
+    rec.dwAttr += attr_flags::Decimal(q[6]);
     rec.dwTelNo = key;
     return results->Add(&rec);
 }
