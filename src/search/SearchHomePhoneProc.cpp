@@ -29,9 +29,6 @@ constexpr size_t kMaxReading = 129;
 // Line 2 goes into szName, which must keep the two NULs that end its string list.
 constexpr size_t kMaxText = sizeof(CLocationData::szName) - 2;
 constexpr unsigned long kFields = 3 + 3 + 1;
-// Record offsets are 16-bit: nothing past the last offset's longest record can be read, so a
-// container decoding to more is damaged (and would only cost memory).
-constexpr unsigned long kMaxContainer = 0xFFFF + (kMaxReading + 1) + (kMaxText + 1) + kFields;
 
 // "H%03d.<ext>" or "CP%03d.<ext>" for the selector.
 void FileName(char (&name)[32], unsigned long kind, uint32_t selector, const char* ext) {
@@ -272,7 +269,7 @@ bool CSearchHomePhoneProc::LoadData(unsigned long kind, unsigned long start, uns
     std::unique_ptr<unsigned char[]> block(alloc::NewArray<unsigned char>(size));
     if (!block || ReadPackFile(block.get(), start, size) != size) return false;
     const unsigned long n = Decode(nullptr, block.get(), size);
-    if (n == 0 || n > kMaxContainer) return false;
+    if (n == 0) return false;
     unsigned char* out = alloc::NewArray<unsigned char>(static_cast<uint64_t>(n) + 1);
     if (out == nullptr) return false;
     memset(out, 0, n + 1);
