@@ -35,7 +35,8 @@ uint32_t CheckedKey(const std::string& number, Rule rule, const std::string& wha
     const size_t digits = number.size() - 1;
     std::string shown = std::to_string(key.value);
     if (shown.size() < digits) shown.insert(0, digits - shown.size(), '0');
-    if (digits == 0 || shown.size() != digits || shown.compare(1, std::string::npos, number, 2) != 0) {
+    if (digits == 0 || shown.size() != digits ||
+        shown.compare(1, std::string::npos, number, 2) != 0) {
         throw Error(why + ": digits a 32-bit key cannot hold");
     }
     return key.value;
@@ -111,8 +112,8 @@ void WritePhonePoint(const std::string& root, const std::vector<AreaPoint>& poin
             throw Error(what + " (prefix \"" + p.prefix + "\"): position outside the stored range");
         }
         if (!files[phone_key::Selector(key)].emplace(key, row).second) {
-            throw Error(what + " (prefix \"" + p.prefix + "\"): prefix key " +
-                        std::to_string(key) + " is listed twice");
+            throw Error(what + " (prefix \"" + p.prefix + "\"): prefix key " + std::to_string(key) +
+                        " is listed twice");
         }
     }
     PackWriter pack;

@@ -39,7 +39,9 @@ CIconID::CIconID() {}
 
 CIconID::~CIconID() {}
 
-bool CIconID::LoadIconIDData() { return LoadIconIDData(g_tcharPath, g_tcharSDPath); }
+bool CIconID::LoadIconIDData() {
+    return LoadIconIDData(g_tcharPath, g_tcharSDPath);
+}
 
 bool CIconID::LoadIconIDData(char* dbPath, char* sdPath) {
     ClearIconIDData();
@@ -74,8 +76,7 @@ bool CIconID::LoadIconIDData(char* dbPath, char* sdPath) {
     return true;
 }
 
-unsigned long CIconID::GetGUIIconID(unsigned char code1, unsigned char code2,
-                                    unsigned char code3) {
+unsigned long CIconID::GetGUIIconID(unsigned char code1, unsigned char code2, unsigned char code3) {
     const long count = static_cast<long>(m_Table.GetCount());
     if (count == 0) return 0;
     long lo = 0;
@@ -109,7 +110,9 @@ unsigned long CIconID::GetGUIIconID(unsigned char code1, unsigned char code2,
     return 0;
 }
 
-void CIconID::ClearIconIDData() { ReleaseAll(&m_Table); }
+void CIconID::ClearIconIDData() {
+    ReleaseAll(&m_Table);
+}
 
 int CIconID::IDComp(STRUCT_ICONID* a, STRUCT_ICONID* b) {
     const unsigned char ka[3] = {a->byGenre1, a->byGenre2, a->byGenre3};
@@ -134,7 +137,8 @@ void CIconID::QSort(int lo, int hi) {
             while (IDComp(m_Table.GetAt(static_cast<unsigned long>(i)), &pivot) < 0) ++i;
             while (IDComp(&pivot, m_Table.GetAt(static_cast<unsigned long>(j))) < 0) --j;
             if (i <= j) {
-                if (i < j) m_Table.Swap(static_cast<unsigned long>(i), static_cast<unsigned long>(j));
+                if (i < j)
+                    m_Table.Swap(static_cast<unsigned long>(i), static_cast<unsigned long>(j));
                 ++i;
                 --j;
             }

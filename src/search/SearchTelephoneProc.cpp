@@ -45,9 +45,13 @@ long IconOf(CIconID* icons, const CLocationData& r) {
 
 // The signed 32-bit difference the sorts compare with (deliberately not an ordering for ids
 // 2^31 apart).
-int32_t Diff32(uint32_t a, uint32_t b) { return static_cast<int32_t>(a - b); }
+int32_t Diff32(uint32_t a, uint32_t b) {
+    return static_cast<int32_t>(a - b);
+}
 
-uint32_t Distance(uint32_t a, uint32_t b) { return a > b ? a - b : b - a; }
+uint32_t Distance(uint32_t a, uint32_t b) {
+    return a > b ? a - b : b - a;
+}
 
 // Comb sort with the comb-11 gap rule over the first n records; `cmp(a, b) > 0` swaps.
 template <typename Compare>
@@ -126,7 +130,8 @@ bool CSearchTelephoneProc::SearchData(CArrayData<CLocationData>* results, unsign
     unsigned char buf[kIndexEntry * kEntriesPerRead];
     unsigned long at = static_cast<unsigned long>(position);
     while (at < size && size - at >= kIndexEntry) {
-        const unsigned long got = ReadPackFile(buf, at, sizeof(buf) < size - at ? sizeof(buf) : size - at);
+        const unsigned long got =
+            ReadPackFile(buf, at, sizeof(buf) < size - at ? sizeof(buf) : size - at);
         if (got < kIndexEntry) break;
         for (unsigned long e = 0; e + kIndexEntry <= got; e += kIndexEntry) {
             const uint32_t entryKey = bytes::ReadU32LE(buf + e);
@@ -254,9 +259,9 @@ bool CSearchTelephoneProc::SearchAreaProc(unsigned long* count, unsigned char* n
             return index_search::Probe::kUnreadable;
         }
         const uint32_t stored = bytes::ReadU24LE(entry);
-        return prefix == stored ? index_search::Probe::kFound
-                                : prefix < stored ? index_search::Probe::kKeyLess
-                                                  : index_search::Probe::kKeyGreater;
+        return prefix == stored  ? index_search::Probe::kFound
+               : prefix < stored ? index_search::Probe::kKeyLess
+                                 : index_search::Probe::kKeyGreater;
     });
     ClosePackFolder();
     if (!r.found) return true;
