@@ -16,14 +16,13 @@ struct Key {
     uint32_t value;  // the digits after the leading zero as a decimal number (mod 2^32)
 };
 
-// The first 12 bytes of the caller's buffer, NUL-terminated. Zero bytes inside are copied as
-// they are (they end the decimal reading, not the copy).
+// The first 12 bytes of the caller's buffer, NUL-terminated. Nothing after a zero byte can
+// change a key (the decimal reading and every prefix test end there), so the copy ends there
+// too and a shorter NUL-terminated buffer is never read past.
 inline void FirstDigits(const unsigned char* number, char out[kDigits + 1]) {
     memset(out, 0, kDigits + 1);
     if (number == nullptr) return;
-    for (size_t i = 0; i < kDigits; ++i) {
-        if (number[i] != 0) out[i] = static_cast<char>(number[i]);
-    }
+    for (size_t i = 0; i < kDigits && number[i] != 0; ++i) out[i] = static_cast<char>(number[i]);
 }
 
 inline bool StartsWith(const char* digits, const char* prefix) {
@@ -74,7 +73,7 @@ inline uint32_t Selector(uint32_t key) {
     return key;
 }
 
-// The area prefix of a key: its first six digits (the key itself when it is 100,000 or less).
+// The area prefix of a key: its first five digits (the key itself when it is 100,000 or less).
 inline uint32_t AreaPrefix(uint32_t key) {
     while (key > 100000) key /= 10;
     return key;

@@ -22,21 +22,6 @@ constexpr unsigned long kEntriesPerRead = 256;  // index entries of one scan rea
 constexpr size_t kTextCompared = 128;           // bytes of text two duplicates share
 constexpr uint32_t kNearMs = 17000;             // 17 arc-seconds, on either axis
 
-// The icon table of the sort and merge of the SearchProc running on this thread; null outside
-// one, when DataSortIconID loads its own.
-thread_local CIconID* t_icons = nullptr;
-
-class ActiveIcons {
-public:
-    explicit ActiveIcons(CIconID* icons) : saved_(t_icons) { t_icons = icons; }
-    ~ActiveIcons() { t_icons = saved_; }
-    ActiveIcons(const ActiveIcons&) = delete;
-    ActiveIcons& operator=(const ActiveIcons&) = delete;
-
-private:
-    CIconID* saved_;
-};
-
 long IconOf(CIconID* icons, const CLocationData& r) {
     return static_cast<long>(icons->GetGUIIconID(static_cast<unsigned char>(r.dwGenre2),
                                                  static_cast<unsigned char>(r.dwGenre3),
@@ -75,6 +60,20 @@ void CombSort(CArrayData<CLocationData>* list, unsigned long n, Compare cmp) {
 unsigned long Clamp(int n, unsigned long count) {
     if (n <= 0) return 0;
     return static_cast<unsigned long>(n) < count ? static_cast<unsigned long>(n) : count;
+}
+
+// The icon order: icon id, then genre codes 2, 3 and 4, then POI id, each a signed difference.
+void SortByIcon(CArrayData<CLocationData>* list, unsigned long n, CIconID* icons) {
+    CombSort(list, n, [icons](const CLocationData& a, const CLocationData& b) -> long {
+        const long icon = IconOf(icons, a) - IconOf(icons, b);
+        if (icon != 0) return icon;
+        const int32_t codes[3] = {Diff32(a.dwGenre2, b.dwGenre2), Diff32(a.dwGenre3, b.dwGenre3),
+                                  Diff32(a.dwGenre4, b.dwGenre4)};
+        for (int32_t d : codes) {
+            if (d != 0) return d;
+        }
+        return Diff32(a.dwID, b.dwID);
+    });
 }
 
 bool TollFreeOrSharedCost(const unsigned char* number) {
@@ -183,10 +182,10 @@ bool CSearchTelephoneProc::SearchProc(unsigned long* count, unsigned char* numbe
         m_Results.SetAt(i, &r);
     }
 
+    // One icon table for the sort and the merge.
     CIconID icons;
     icons.LoadIconIDData(g_tcharPath, g_tcharSDPath);
-    const ActiveIcons active(&icons);
-    DataSortIconID(static_cast<int>(m_dwCount));
+    SortByIcon(&m_Results, m_dwCount, &icons);
 
     // Result j goes when it duplicates result j-1. Walking down from the last one, a deletion
     // never moves the pairs still to be compared, so one forward compaction over the original
@@ -217,24 +216,9 @@ void CSearchTelephoneProc::DataSortPOIID(int n) {
 }
 
 void CSearchTelephoneProc::DataSortIconID(int n) {
-    CIconID own;
-    CIconID* icons = t_icons;
-    if (icons == nullptr) {
-        own.LoadIconIDData(g_tcharPath, g_tcharSDPath);
-        icons = &own;
-    }
-    CombSort(&m_Results, Clamp(n, m_Results.dwCount),
-             [icons](const CLocationData& a, const CLocationData& b) -> long {
-                 const long icon = IconOf(icons, a) - IconOf(icons, b);
-                 if (icon != 0) return icon;
-                 const int32_t codes[3] = {Diff32(a.dwGenre2, b.dwGenre2),
-                                           Diff32(a.dwGenre3, b.dwGenre3),
-                                           Diff32(a.dwGenre4, b.dwGenre4)};
-                 for (int32_t d : codes) {
-                     if (d != 0) return d;
-                 }
-                 return Diff32(a.dwID, b.dwID);
-             });
+    CIconID icons;
+    icons.LoadIconIDData(g_tcharPath, g_tcharSDPath);
+    SortByIcon(&m_Results, Clamp(n, m_Results.dwCount), &icons);
 }
 
 bool CSearchTelephoneProc::SearchAreaProc(unsigned long* count, unsigned char* number) {

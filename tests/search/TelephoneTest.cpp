@@ -3,6 +3,7 @@
 // sorted model, the writers' refusals, missing and damaged files.
 #include <random>
 
+#include "HomePhoneWriter.h"
 #include "TelephoneWriter.h"
 #include "support/Poi.h"
 
@@ -59,6 +60,10 @@ struct TelephoneTest : SuiteDb<TelephoneTest> {
             points.push_back({"03123" + std::to_string(k), kTokyoLon + 10 * k, kTokyoLat});
         mapdb::WritePhonePoint(root, points);
         mapdb::WriteGenreData(root, {{"a", 2, 3, 4, 20}, {"b", 5, 6, 7, 10}, {"c", 9, 9, 9, 10}});
+        mapdb::WriteHomePhone(root, {{"0622223333", "やまだ", "Home", kTokyoLon, kTokyoLat, 0}},
+                              {{"0312345678", "", "Co", kTokyoLon, kTokyoLat, 0},
+                               {"0611112222", "", "Co0", kTokyoLon, kTokyoLat, 0},
+                               {"0611112222", "", "Co1", kTokyoLon, kTokyoLat, 0}});
     }
     static unsigned long Count(CSearchTelephoneProc& t, const char* number, bool area = false) {
         unsigned long n = 99;
@@ -228,6 +233,42 @@ TEST_F(TelephoneTest, MissingAndDamagedFiles) {
         WritePack(dir.path(), "PHONEPOINT", {{"PP031.dat", image(count, 9, extra)}});
         EXPECT_EQ(Count(t, "0312345678"), static_cast<unsigned long>(hits)) << count;
         EXPECT_EQ(Count(t, "0312345678", true), static_cast<unsigned long>(area)) << count;
+    }
+}
+
+// The facade answers from the most specific directory that knows the number (a POI number that
+// is also a company's is a POI), lists from it, and stops at the first missing folder.
+TEST_F(TelephoneTest, FacadeCascadeAndListing) {
+    // {number, kind, count, first listed name (empty: nothing listed), listed longitude}
+    const std::vector<std::tuple<const char*, unsigned long, unsigned long, std::string, uint32_t>>
+        cases = {{"0312345678", 1, 4, "Chain", kTokyoLon}, {"0611112222", 2, 2, "Co0", kTokyoLon},
+                 {"0622223333", 3, 1, "", 0}, {"0312349999", 4, 1, "", kTokyoLon + 40},
+                 {"0699999999", 0, 0, "", 0}};
+    for (const auto& [number, kind, count, name, lon] : cases) {
+        CSearchPhoneProc p;
+        unsigned long k = 99, n = 99;
+        ASSERT_TRUE(p.SearchPhoneProc(&k, &n, Z(number).data())) << number;
+        EXPECT_EQ(kind, k) << number;
+        EXPECT_EQ(count, n) << number;
+        CLocationData out;
+        out.FlushData();
+        EXPECT_EQ(kind != 0 && kind != 3, p.GetList(&out, 0, 1)) << number;
+        EXPECT_EQ(name, out.szName) << number;
+        EXPECT_EQ(lon, out.lLon) << number;
+        if (kind != 3) continue;
+        EXPECT_TRUE(p.CheckKanaProc(&n, Z(mapdb::ReadingToHalfKana("やまだ")).data()));
+        EXPECT_EQ(1u, n);
+        EXPECT_TRUE(p.GetList(&out, 0, 1));
+        EXPECT_STREQ("Home", out.szName);
+    }
+    mapdb::TempDir dir;
+    settings_.Use(dir.path());
+    mapdb::WriteTelephone(dir.path(), {{"0312345678", 1}});
+    for (const char* number : {"0312345678", "0611112222"}) {
+        CSearchPhoneProc p;
+        unsigned long k = 99, n = 99;
+        EXPECT_EQ(number[3] == '2', p.SearchPhoneProc(&k, &n, Z(number).data())) << number;
+        EXPECT_EQ(number[3] == '2' ? 1u : 99u, k) << number;
     }
 }
 
