@@ -19,16 +19,29 @@ bool CSearchPhoneProc::SearchPhoneProc(unsigned long* kind, unsigned long* count
     unsigned long* n = count != nullptr ? count : &scratch;
     // From the most specific directory to the least; a step fails only when its folder is
     // missing, which ends the cascade.
-    using Search = bool (CSearchPhoneProc::*)(unsigned long*, unsigned char*);
+    using Search = bool (*)(CSearchPhoneProc*, unsigned long*, unsigned char*);
     static const struct {
         Search search;
         Kind kind;
-    } kCascade[] = {{&CSearchTelephoneProc::SearchProc, kPoi},
-                    {&CSearchHomePhoneProc::SearchCompanyProc, kCompany},
-                    {&CSearchHomePhoneProc::SearchHomeProc, kHousehold},
-                    {&CSearchTelephoneProc::SearchAreaProc, kArea}};
+    } kCascade[] = {
+        {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
+             return p->CSearchTelephoneProc::SearchProc(c, s);
+         },
+         kPoi},
+        {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
+             return p->SearchCompanyProc(c, s);
+         },
+         kCompany},
+        {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
+             return p->SearchHomeProc(c, s);
+         },
+         kHousehold},
+        {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
+             return p->SearchAreaProc(c, s);
+         },
+         kArea}};
     for (const auto& step : kCascade) {
-        if (!(this->*step.search)(n, number)) return false;
+        if (!step.search(this, n, number)) return false;
         if (*n > 0) {
             m_dwKind = step.kind;
             break;
