@@ -52,12 +52,12 @@ struct Fixture {
             // Every 50th POI shares the number of the one before (a chain listed twice).
             const std::string before = i > 0 ? "0" + std::to_string(db.pois[i - 1].tel) : "";
             if (i % 50 == 1 && Accepted(before)) tel.push_back({before, db.base.ids[i]});
-            const uint32_t key = phone_key::Directory(
-                                     reinterpret_cast<const unsigned char*>(number.c_str()))
-                                     .value;
+            const uint32_t key =
+                phone_key::Directory(reinterpret_cast<const unsigned char*>(number.c_str())).value;
             poiKeys.insert(key);
             const uint32_t prefix = phone_key::AreaPrefix(key);
-            const auto area = phone_key::Area(reinterpret_cast<const unsigned char*>(number.c_str()));
+            const auto area =
+                phone_key::Area(reinterpret_cast<const unsigned char*>(number.c_str()));
             if (area.accepted && areaKeys.insert(prefix).second)
                 areas.push_back({"0" + std::to_string(prefix), db.pois[i].lonMs, db.pois[i].latMs});
             if (numbers[1].size() < 256 && i % 97 == 1) numbers[1].push_back(number);
@@ -89,7 +89,8 @@ struct Fixture {
         // Unknown numbers of known areas: a POI number's prefix with other last digits.
         for (size_t i = 0; numbers[4].size() < 256 && i < db.pois.size(); i += 13) {
             std::string number = "0" + std::to_string(db.pois[i].tel);
-            const auto area = phone_key::Area(reinterpret_cast<const unsigned char*>(number.c_str()));
+            const auto area =
+                phone_key::Area(reinterpret_cast<const unsigned char*>(number.c_str()));
             if (!area.accepted) continue;
             number.replace(number.size() - 3, 3, "999");
             const uint32_t key =
@@ -117,8 +118,8 @@ void BM_PhoneSearch(benchmark::State& state) {
         std::string number = numbers[k++ % numbers.size()];
         unsigned long kind = 0;
         unsigned long count = 0;
-        benchmark::DoNotOptimize(search.SearchPhoneProc(
-            &kind, &count, reinterpret_cast<unsigned char*>(&number[0])));
+        benchmark::DoNotOptimize(
+            search.SearchPhoneProc(&kind, &count, reinterpret_cast<unsigned char*>(&number[0])));
         wrongKind += kind != wanted;
     }
     if (wrongKind != 0) state.SkipWithError("a search answered from another directory");

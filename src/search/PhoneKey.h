@@ -32,7 +32,8 @@ inline bool StartsWith(const char* digits, const char* prefix) {
 // Reads the buffer as a decimal number up to its first non-digit, in 32-bit arithmetic.
 inline uint32_t Decimal(const char* digits) {
     uint32_t v = 0;
-    for (; *digits >= '0' && *digits <= '9'; ++digits) v = v * 10 + static_cast<uint32_t>(*digits - '0');
+    for (; *digits >= '0' && *digits <= '9'; ++digits)
+        v = v * 10 + static_cast<uint32_t>(*digits - '0');
     return v;
 }
 
@@ -60,8 +61,8 @@ inline Key Area(const unsigned char* number) {
     char digits[kDigits + 1];
     FirstDigits(number, digits);
     if (digits[0] != '0') return {false, 0};
-    for (const char* prefix : {"00", "010", "020", "030", "040", "050", "070", "080", "090",
-                               "0120", "0800", "0570"}) {
+    for (const char* prefix :
+         {"00", "010", "020", "030", "040", "050", "070", "080", "090", "0120", "0800", "0570"}) {
         if (StartsWith(digits, prefix)) return {false, 0};
     }
     return {true, Decimal(digits)};

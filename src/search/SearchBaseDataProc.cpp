@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "codec/DecodeToBuffer.h"
 #include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
 #include "foundation/ReadAt.h"
@@ -189,17 +190,9 @@ bool CSearchBaseDataProc::LoadData(unsigned long fileNo, unsigned long start, un
     if (!block || !io::ReadExactly(file.fd(), block.get(), size, start)) return false;
     // The decoded size plus one zeroed byte: a record at the very end that lacks only its
     // flag byte reads the spare zero as its flags.
-    const unsigned long n = Decode(nullptr, block.get(), size);
-    if (n == 0 || n > kMaxContainer) return false;
-    unsigned char* out = alloc::NewArray<unsigned char>(static_cast<uint64_t>(n) + 1);
-    if (out == nullptr) return false;
-    memset(out, 0, n + 1);
-    const unsigned long decoded = Decode(out, block.get(), size);
-    if (decoded == 0 || decoded > n) {
-        delete[] out;
-        return false;
-    }
-    m_pContainer = out;
+    unsigned long decoded = 0;
+    m_pContainer = codec::DecodeToNewBuffer(this, block.get(), size, &decoded, kMaxContainer);
+    if (m_pContainer == nullptr) return false;
     m_dwContainerLen = decoded;
     return true;
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 
+#include "codec/DecodeToBuffer.h"
 #include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
 #include "foundation/IndexSearch.h"
@@ -268,17 +269,9 @@ bool CSearchHomePhoneProc::LoadData(unsigned long kind, unsigned long start, uns
     if (size == 0 || size > ReadableSize(start)) return false;
     std::unique_ptr<unsigned char[]> block(alloc::NewArray<unsigned char>(size));
     if (!block || ReadPackFile(block.get(), start, size) != size) return false;
-    const unsigned long n = Decode(nullptr, block.get(), size);
-    if (n == 0) return false;
-    unsigned char* out = alloc::NewArray<unsigned char>(static_cast<uint64_t>(n) + 1);
-    if (out == nullptr) return false;
-    memset(out, 0, n + 1);
-    const unsigned long decoded = Decode(out, block.get(), size);
-    if (decoded == 0 || decoded > n) {
-        delete[] out;
-        return false;
-    }
-    m_pContainer = out;
+    unsigned long decoded = 0;
+    m_pContainer = codec::DecodeToNewBuffer(this, block.get(), size, &decoded);
+    if (m_pContainer == nullptr) return false;
     m_dwContainerLen = decoded;
     return true;
 }

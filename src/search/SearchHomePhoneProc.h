@@ -43,8 +43,7 @@ public:
     // Appends the record at `offset` of the loaded container (company form).
     bool GetData(CArrayData<CLocationData>* results, unsigned long offset);
     // Appends it only when its reading equals `reading` (household form).
-    bool GetData(CArrayData<CLocationData>* results, unsigned long offset,
-                 unsigned char* reading);
+    bool GetData(CArrayData<CLocationData>* results, unsigned long offset, unsigned char* reading);
     // Releases the decoded container.
     void FlushBuf();
 

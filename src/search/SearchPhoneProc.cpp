@@ -23,23 +23,22 @@ bool CSearchPhoneProc::SearchPhoneProc(unsigned long* kind, unsigned long* count
     static const struct {
         Search search;
         Kind kind;
-    } kCascade[] = {
-        {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
-             return p->CSearchTelephoneProc::SearchProc(c, s);
-         },
-         kPoi},
-        {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
-             return p->SearchCompanyProc(c, s);
-         },
-         kCompany},
-        {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
-             return p->SearchHomeProc(c, s);
-         },
-         kHousehold},
-        {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
-             return p->SearchAreaProc(c, s);
-         },
-         kArea}};
+    } kCascade[] = {{[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
+                         return p->CSearchTelephoneProc::SearchProc(c, s);
+                     },
+                     kPoi},
+                    {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
+                         return p->SearchCompanyProc(c, s);
+                     },
+                     kCompany},
+                    {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
+                         return p->SearchHomeProc(c, s);
+                     },
+                     kHousehold},
+                    {[](CSearchPhoneProc* p, unsigned long* c, unsigned char* s) {
+                         return p->SearchAreaProc(c, s);
+                     },
+                     kArea}};
     for (const auto& step : kCascade) {
         if (!step.search(this, n, number)) return false;
         if (*n > 0) {

@@ -7,6 +7,7 @@
 // gives: each call fails or decodes wrongly, never crashes, writes past the size, leaks or hangs
 // (the sanitizer build checks the reads).
 #include <gtest/gtest.h>
+#include <lzma.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -20,8 +21,6 @@
 #include <string>
 #include <tuple>
 #include <vector>
-
-#include <lzma.h>
 
 #include "BlockEncoders.h"
 #include "SearchProc.h"
@@ -227,9 +226,9 @@ Bytes LiblzmaDecoded(const Bytes& block) {
         {LZMA_FILTER_X86, &bcj}, {LZMA_FILTER_LZMA1EXT, lz}, {LZMA_VLI_UNKNOWN, nullptr}};
     Bytes out(n);
     size_t inPos = 14, outPos = 0;
-    const lzma_ret ret = lzma_raw_buffer_decode(chain + (block[0] == 1 ? 0 : 1), nullptr,
-                                                block.data(), &inPos, block.size(), out.data(),
-                                                &outPos, n);
+    const lzma_ret ret =
+        lzma_raw_buffer_decode(chain + (block[0] == 1 ? 0 : 1), nullptr, block.data(), &inPos,
+                               block.size(), out.data(), &outPos, n);
     free(lz);
     out.resize(ret == LZMA_OK ? outPos : 0);
     return out;

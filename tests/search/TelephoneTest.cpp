@@ -241,8 +241,10 @@ TEST_F(TelephoneTest, MissingAndDamagedFiles) {
 TEST_F(TelephoneTest, FacadeCascadeAndListing) {
     // {number, kind, count, first listed name (empty: nothing listed), listed longitude}
     const std::vector<std::tuple<const char*, unsigned long, unsigned long, std::string, uint32_t>>
-        cases = {{"0312345678", 1, 4, "Chain", kTokyoLon}, {"0611112222", 2, 2, "Co0", kTokyoLon},
-                 {"0622223333", 3, 1, "", 0}, {"0312349999", 4, 1, "", kTokyoLon + 40},
+        cases = {{"0312345678", 1, 4, "Chain", kTokyoLon},
+                 {"0611112222", 2, 2, "Co0", kTokyoLon},
+                 {"0622223333", 3, 1, "", 0},
+                 {"0312349999", 4, 1, "", kTokyoLon + 40},
                  {"0699999999", 0, 0, "", 0}};
     for (const auto& [number, kind, count, name, lon] : cases) {
         CSearchPhoneProc p;
