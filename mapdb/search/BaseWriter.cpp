@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "BlockEncoders.h"
+#include "Position.h"
 #include "TextTools.h"
 #include "foundation/Bytes.h"
 #include "search/GenreFilter.h"
@@ -16,22 +17,6 @@ namespace {
 
 constexpr size_t kPerContainer = 500;
 constexpr size_t kTextArea = 384;
-
-uint32_t Lon(uint32_t ms, const std::string& what) {
-    uint32_t u;
-    if (!bytes::NarrowLongitude(ms, &u)) {
-        throw Error(what + ": longitude " + std::to_string(ms) + " ms is outside 120-166.6 E");
-    }
-    return u;
-}
-
-uint32_t Lat(uint32_t ms, const std::string& what) {
-    uint32_t v;
-    if (!bytes::NarrowLatitude(ms, &v)) {
-        throw Error(what + ": latitude " + std::to_string(ms) + " ms is outside 20-66.6 N");
-    }
-    return v;
-}
 
 uint32_t GenreField(const PoiSource& poi, const std::string& what) {
     for (int level = 0; level < genre::kPackedLevels; ++level) {
@@ -114,8 +99,8 @@ BaseResult WriteBase(const std::string& root, const std::vector<PoiSource>& pois
                 container.Str(RecordText(poi, what));
                 container.U8(0x0A);
                 container.U32(poi.tel);
-                container.U24(Lon(poi.lonMs, what));
-                container.U24(Lat(poi.latMs, what));
+                container.U24(StoredLon(poi.lonMs, what));
+                container.U24(StoredLat(poi.latMs, what));
                 container.U8(poi.attr);
                 result.ids[members[r]] = static_cast<uint32_t>(fileNo << 24 | r);
             }
@@ -152,19 +137,19 @@ void WriteArrival(const std::string& root, const std::vector<ArrivalSource>& sou
         }
         for (size_t k = 0; k < src.points.size(); ++k) {
             const ArrivalPoint& p = src.points[k];
-            const std::string what = "arrival point " + std::to_string(k + 1) + " of POI " +
-                                     std::to_string(src.poiId);
+            const std::string what =
+                "arrival point " + std::to_string(k + 1) + " of POI " + std::to_string(src.poiId);
             std::string name = Utf8ToSjis(p.name);
             if (name.size() > 79 || name.find('\n') != std::string::npos) {
                 throw Error(what + ": name longer than 79 bytes or holding a line feed");
             }
             if (dat.size() > 0xFFFFFF) throw Error("arrival data exceeds 16 MiB");
-            entries.push_back({src.poiId, static_cast<uint32_t>(k + 1),
-                               static_cast<uint32_t>(dat.size())});
+            entries.push_back(
+                {src.poiId, static_cast<uint32_t>(k + 1), static_cast<uint32_t>(dat.size())});
             dat.Str(name);
             dat.U8(0x0A);
-            dat.U24(Lon(p.lonMs, what));
-            dat.U24(Lat(p.latMs, what));
+            dat.U24(StoredLon(p.lonMs, what));
+            dat.U24(StoredLat(p.latMs, what));
             dat.U8(p.attr);
         }
     }

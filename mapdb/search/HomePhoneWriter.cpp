@@ -8,6 +8,8 @@
 
 #include "BlockEncoders.h"
 #include "PackWriter.h"
+#include "PhoneNumber.h"
+#include "Position.h"
 #include "TextTools.h"
 #include "foundation/Bytes.h"
 #include "search/PhoneKey.h"
@@ -20,30 +22,6 @@ constexpr size_t kPerContainer = 1000;
 constexpr size_t kMaxReading = 129;  // the reader fails longer readings
 constexpr size_t kMaxText = 382;     // szName keeps room for the two NULs that end it
 
-// The key the reader computes for `number`, refusing every number it could not find.
-uint32_t Key(const std::string& number, const std::string& what) {
-    const std::string field = what + ": number \"" + number + "\" ";
-    if (number.empty() || number.size() > phone_key::kDigits ||
-        number.find_first_not_of("0123456789") != std::string::npos) {
-        throw Error(field + "is not 1 to 12 digits");
-    }
-    unsigned char typed[phone_key::kDigits + 1] = {};
-    memcpy(typed, number.data(), number.size());
-    const phone_key::Key key = phone_key::Directory(typed);
-    if (!key.accepted) throw Error(field + "is refused by the search (no leading 0 or 010-040)");
-    // The exact value: the folded first three digits (through the reader's own fold), then the
-    // rest; the reader's 32-bit key must equal it.
-    uint64_t exact = key.value;
-    if (number.size() > 3) {
-        unsigned char head[phone_key::kDigits + 1] = {};
-        memcpy(head, typed, 3);
-        exact = phone_key::Directory(head).value;
-        for (size_t i = 3; i < number.size(); ++i) exact = exact * 10 + (number[i] - '0');
-    }
-    if (exact != key.value) throw Error(field + "does not fit a 32-bit key");
-    return key.value;
-}
-
 std::string Line(const std::string& s, size_t max, const std::string& what, const char* field) {
     if (s.size() > max || s.find('\n') != std::string::npos || s.find('\0') != std::string::npos) {
         throw Error(what + ": " + field + " longer than " + std::to_string(max) +
@@ -52,22 +30,13 @@ std::string Line(const std::string& s, size_t max, const std::string& what, cons
     return s;
 }
 
-uint32_t Coordinate(bool (*narrow)(uint32_t, uint32_t*), uint32_t ms, const std::string& what,
-                    const char* field) {
-    uint32_t v;
-    if (!narrow(ms, &v)) {
-        throw Error(what + ": " + field + " " + std::to_string(ms) +
-                    " ms is outside the stored range");
-    }
-    return v;
-}
-
 void WriteDirectory(PackWriter* pack, const char* prefix, const char* directory,
                     const std::vector<HomePhoneEntry>& entries, const std::string& version) {
     std::vector<uint32_t> keys(entries.size());
     std::map<uint32_t, std::vector<size_t>> files;  // selector -> entries
     for (size_t i = 0; i < entries.size(); ++i) {
-        keys[i] = Key(entries[i].number, std::string(directory) + " " + std::to_string(i));
+        keys[i] = CheckedPhoneKey(entries[i].number, phone_key::Directory,
+                                  std::string(directory) + " " + std::to_string(i));
         files[phone_key::Selector(keys[i])].push_back(i);
     }
     for (auto& [selector, members] : files) {
@@ -95,19 +64,21 @@ void WriteDirectory(PackWriter* pack, const char* prefix, const char* directory,
                 container.U8(0x0A);
                 container.Str(Line(Utf8ToSjis(e.text), kMaxText, what, "text"));
                 container.U8(0x0A);
-                container.U24(Coordinate(bytes::NarrowLongitude, e.lonMs, what, "longitude"));
-                container.U24(Coordinate(bytes::NarrowLatitude, e.latMs, what, "latitude"));
+                container.U24(StoredLon(e.lonMs, what));
+                container.U24(StoredLat(e.latMs, what));
                 container.U8(e.attr);
             }
+            cnt.U24(static_cast<uint32_t>(dat.size()));
+            dat.Raw(EncodeLzmaBlock(container.bytes()));
+            // The next container, or the end entry, starts here.
             if (dat.size() > 0xFFFFFF) {
                 throw Error(std::string(directory) + " " + std::to_string(members[first]) +
                             ": container offset " + std::to_string(dat.size()) +
                             " exceeds 24 bits");
             }
-            cnt.U24(static_cast<uint32_t>(dat.size()));
-            dat.Raw(EncodeLzmaBlock(container.bytes()));
         }
-        // No end entry: the last container runs to the end of the data file.
+        // An end entry after the last container, as the base data's table has.
+        cnt.U24(static_cast<uint32_t>(dat.size()));
         char name[32];
         for (auto [ext, data] :
              {std::pair<const char*, ByteWriter*>{"idx", &idx}, {"cnt", &cnt}, {"dat", &dat}}) {

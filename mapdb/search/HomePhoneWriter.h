@@ -1,7 +1,7 @@
 // Writer of the household and company telephone directories: the pack folder "HOMEPHONE" with,
 // per file selector, "H%03d" (households) and "CP%03d" (companies) ".idx" (key and record
-// offset, sorted by key), ".cnt" (one 3-byte offset per container) and ".dat" (LZMA containers
-// of 1000 index entries' records: reading, text, position, flags).
+// offset, sorted by key), ".cnt" (3-byte offsets of the containers and of their end) and ".dat"
+// (LZMA containers of 1000 index entries' records: reading, text, position, flags).
 #pragma once
 
 #include <cstdint>

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "PackWriter.h"
+#include "Position.h"
 #include "TextTools.h"
 #include "foundation/Bytes.h"
 #include "search/GenreFilter.h"
@@ -146,10 +147,8 @@ void WriteKana(const std::string& root, const std::vector<PoiSource>& pois, cons
             const PoiSource& poi = pois[file.sources[r]];
             const std::string what = "POI " + std::to_string(file.sources[r]);
             const uint32_t id = static_cast<uint32_t>(fileNo << 24 | r);
-            uint32_t u, v;
-            if (!bytes::NarrowLongitude(poi.lonMs, &u) || !bytes::NarrowLatitude(poi.latMs, &v)) {
-                throw Error(what + ": position outside the stored range");
-            }
+            const uint32_t u = StoredLon(poi.lonMs, what);
+            const uint32_t v = StoredLat(poi.latMs, what);
             for (uint32_t g : poi.genre) {
                 if (g > 62 && g != 255) throw Error(what + ": genre code " + std::to_string(g));
             }

@@ -6,6 +6,8 @@
 #include <map>
 
 #include "PackWriter.h"
+#include "PhoneNumber.h"
+#include "Position.h"
 #include "TextTools.h"
 #include "foundation/Bytes.h"
 #include "search/PhoneKey.h"
@@ -16,31 +18,6 @@ namespace {
 
 constexpr size_t kGenreName = 72;  // name field, NUL-terminated
 constexpr size_t kGenreRecord = 80;
-
-// The key of a typed number through `rule`, refusing what the reader could never look up:
-// numbers the rule refuses, non-digits, more than the 12 bytes the reader looks at, and digits
-// beyond what 32 bits hold. The fold of a mobile prefix changes only the key's first digit, so
-// a key that holds the number reproduces every later digit; a wrapped one cannot.
-template <typename Rule>
-uint32_t CheckedKey(const std::string& number, Rule rule, const std::string& what) {
-    const std::string why = what + " (number \"" + number + "\")";
-    if (number.size() > phone_key::kDigits) throw Error(why + ": longer than 12 digits");
-    if (number.find_first_not_of("0123456789") != std::string::npos) {
-        throw Error(why + ": not a digit string");
-    }
-    std::vector<unsigned char> buf(number.begin(), number.end());
-    buf.resize(phone_key::kDigits + 1, 0);
-    const phone_key::Key key = rule(buf.data());
-    if (!key.accepted) throw Error(why + ": no search looks such numbers up");
-    const size_t digits = number.size() - 1;
-    std::string shown = std::to_string(key.value);
-    if (shown.size() < digits) shown.insert(0, digits - shown.size(), '0');
-    if (digits == 0 || shown.size() != digits ||
-        shown.compare(1, std::string::npos, number, 2) != 0) {
-        throw Error(why + ": digits a 32-bit key cannot hold");
-    }
-    return key.value;
-}
 
 std::string PackName(const char* prefix, uint32_t selector, const char* ext) {
     char name[16];
@@ -79,8 +56,8 @@ void WriteTelephone(const std::string& root, const std::vector<TelephoneEntry>& 
     };
     std::map<uint32_t, std::vector<Row>> files;
     for (size_t i = 0; i < entries.size(); ++i) {
-        const uint32_t key = CheckedKey(entries[i].number, phone_key::Directory,
-                                        "telephone record " + std::to_string(i));
+        const uint32_t key = CheckedPhoneKey(entries[i].number, phone_key::Directory,
+                                             "telephone record " + std::to_string(i));
         files[phone_key::Selector(key)].push_back({key, entries[i].poiId});
     }
     PackWriter pack;
@@ -106,11 +83,9 @@ void WritePhonePoint(const std::string& root, const std::vector<AreaPoint>& poin
     for (size_t i = 0; i < points.size(); ++i) {
         const AreaPoint& p = points[i];
         const std::string what = "area point " + std::to_string(i);
-        const uint32_t key = phone_key::AreaPrefix(CheckedKey(p.prefix, phone_key::Area, what));
-        Row row{key, 0, 0};
-        if (!bytes::NarrowLongitude(p.lonMs, &row.u) || !bytes::NarrowLatitude(p.latMs, &row.v)) {
-            throw Error(what + " (prefix \"" + p.prefix + "\"): position outside the stored range");
-        }
+        const uint32_t key =
+            phone_key::AreaPrefix(CheckedPhoneKey(p.prefix, phone_key::Area, what));
+        const Row row{key, StoredLon(p.lonMs, what), StoredLat(p.latMs, what)};
         if (!files[phone_key::Selector(key)].emplace(key, row).second) {
             throw Error(what + " (prefix \"" + p.prefix + "\"): prefix key " + std::to_string(key) +
                         " is listed twice");

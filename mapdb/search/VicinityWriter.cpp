@@ -45,7 +45,8 @@ void WriteVicinity(const std::string& root, const std::vector<VicinityPoi>& pois
             throw Error("POI " + std::to_string(p.id) + ": level-2/3 codes must fit a byte");
         }
         const MeshCell c = MeshCellOf(p.latMs, p.lonMs);
-        files[{p.genre1, c.mesh}].push_back({c.y * static_cast<uint32_t>(mesh::kRowFactor) + c.x, p.genre2, p.genre3, p.id});
+        files[{p.genre1, c.mesh}].push_back(
+            {c.y * static_cast<uint32_t>(mesh::kRowFactor) + c.x, p.genre2, p.genre3, p.id});
     }
     PackWriter pack;
     pack.SetDatHeader(VersionHeader(version));
