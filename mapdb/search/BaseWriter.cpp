@@ -5,7 +5,7 @@
 #include <map>
 #include <numeric>
 
-#include "BlockEncoders.h"
+#include "ContainerWriter.h"
 #include "Position.h"
 #include "TextTools.h"
 #include "foundation/Bytes.h"
@@ -78,45 +78,31 @@ BaseResult WriteBase(const std::string& root, const std::vector<PoiSource>& pois
         });
         if (members.size() > 0xFFFFFF) throw Error("too many POIs in one base file");
 
-        ByteWriter idx;
-        ByteWriter cnt;
-        ByteWriter dat;
-        idx.Raw(VersionHeader(version));
-        cnt.Raw(VersionHeader(version));
-        dat.Raw(VersionHeader(version));
+        ContainerWriter files(version);
         for (size_t first = 0; first < members.size(); first += kPerContainer) {
-            ByteWriter container;
             const size_t last = std::min(members.size(), first + kPerContainer);
             for (size_t r = first; r < last; ++r) {
                 const PoiSource& poi = pois[members[r]];
                 const std::string what = "POI " + std::to_string(members[r]);
-                if (container.size() > 0xFFFF) {
-                    throw Error(what + ": container of file " + std::to_string(fileNo) +
-                                " exceeds 64 KiB of records; shorten the texts");
-                }
-                idx.U24(GenreField(poi, what));
-                idx.U16(static_cast<uint32_t>(container.size()));
-                container.Str(RecordText(poi, what));
-                container.U8(0x0A);
-                container.U32(poi.tel);
-                container.U24(StoredLon(poi.lonMs, what));
-                container.U24(StoredLat(poi.latMs, what));
-                container.U8(poi.attr);
+                files.idx().U24(GenreField(poi, what));
+                files.idx().U16(files.RecordOffset(what));
+                ByteWriter& c = files.container();
+                c.Str(RecordText(poi, what));
+                c.U8(0x0A);
+                c.U32(poi.tel);
+                c.U24(StoredLon(poi.lonMs, what));
+                c.U24(StoredLat(poi.latMs, what));
+                c.U8(poi.attr);
                 result.ids[members[r]] = static_cast<uint32_t>(fileNo << 24 | r);
             }
-            cnt.U24(static_cast<uint32_t>(dat.size()));
-            dat.Raw(EncodeLzmaBlock(container.bytes()));
-            if (dat.size() > 0xFFFFFF) {
-                throw Error("base file " + std::to_string(fileNo) + " exceeds 16 MiB");
-            }
+            files.CloseContainer("base file " + std::to_string(fileNo));
         }
-        cnt.U24(static_cast<uint32_t>(dat.size()));  // end of the last block
 
         char name[16];
         snprintf(name, sizeof(name), "/B%03u", fileNo);
-        WriteFile(dir + name + ".IDX", idx.bytes());
-        WriteFile(dir + name + ".CNT", cnt.bytes());
-        WriteFile(dir + name + ".DAT", dat.bytes());
+        WriteFile(dir + name + ".IDX", files.TakeIdx());
+        WriteFile(dir + name + ".CNT", files.TakeCnt());
+        WriteFile(dir + name + ".DAT", files.TakeDat());
     }
     return result;
 }

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <map>
 
-#include "BlockEncoders.h"
+#include "ContainerWriter.h"
 #include "PackWriter.h"
 #include "PhoneNumber.h"
 #include "Position.h"
@@ -42,48 +42,31 @@ void WriteDirectory(PackWriter* pack, const char* prefix, const char* directory,
     for (auto& [selector, members] : files) {
         std::stable_sort(members.begin(), members.end(),
                          [&](size_t a, size_t b) { return keys[a] < keys[b]; });
-        ByteWriter idx;
-        ByteWriter cnt;
-        ByteWriter dat;
-        idx.Raw(VersionHeader(version));
-        cnt.Raw(VersionHeader(version));
-        dat.Raw(VersionHeader(version));
+        ContainerWriter files(version);
         for (size_t first = 0; first < members.size(); first += kPerContainer) {
-            ByteWriter container;
             const size_t last = std::min(members.size(), first + kPerContainer);
             for (size_t r = first; r < last; ++r) {
                 const HomePhoneEntry& e = entries[members[r]];
                 const std::string what = std::string(directory) + " " + std::to_string(members[r]);
-                if (container.size() > 0xFFFF) {
-                    throw Error(what + ": record offset " + std::to_string(container.size()) +
-                                " exceeds 16 bits; shorten the texts");
-                }
-                idx.U32(keys[members[r]]);
-                idx.U16(static_cast<uint32_t>(container.size()));
-                container.Str(Line(ReadingToHalfKana(e.reading), kMaxReading, what, "reading"));
-                container.U8(0x0A);
-                container.Str(Line(Utf8ToSjis(e.text), kMaxText, what, "text"));
-                container.U8(0x0A);
-                container.U24(StoredLon(e.lonMs, what));
-                container.U24(StoredLat(e.latMs, what));
-                container.U8(e.attr);
+                files.idx().U32(keys[members[r]]);
+                files.idx().U16(files.RecordOffset(what));
+                ByteWriter& c = files.container();
+                c.Str(Line(ReadingToHalfKana(e.reading), kMaxReading, what, "reading"));
+                c.U8(0x0A);
+                c.Str(Line(Utf8ToSjis(e.text), kMaxText, what, "text"));
+                c.U8(0x0A);
+                c.U24(StoredLon(e.lonMs, what));
+                c.U24(StoredLat(e.latMs, what));
+                c.U8(e.attr);
             }
-            cnt.U24(static_cast<uint32_t>(dat.size()));
-            dat.Raw(EncodeLzmaBlock(container.bytes()));
-            // The next container, or the end entry, starts here.
-            if (dat.size() > 0xFFFFFF) {
-                throw Error(std::string(directory) + " " + std::to_string(members[first]) +
-                            ": container offset " + std::to_string(dat.size()) +
-                            " exceeds 24 bits");
-            }
+            files.CloseContainer(std::string(directory) + " " + std::to_string(members[first]));
         }
-        // An end entry after the last container, as the base data's table has.
-        cnt.U24(static_cast<uint32_t>(dat.size()));
         char name[32];
-        for (auto [ext, data] :
-             {std::pair<const char*, ByteWriter*>{"idx", &idx}, {"cnt", &cnt}, {"dat", &dat}}) {
+        for (auto [ext, data] : {std::pair<const char*, Bytes>{"idx", files.TakeIdx()},
+                                 {"cnt", files.TakeCnt()},
+                                 {"dat", files.TakeDat()}}) {
             snprintf(name, sizeof(name), "%s%03u.%s", prefix, static_cast<unsigned>(selector), ext);
-            pack->Add(name, data->Take());
+            pack->Add(name, std::move(data));
         }
     }
 }
