@@ -165,6 +165,7 @@ TEST_F(KanaMATest, GenreMasksOfTheNextLevel) {
         EXPECT_EQ(expected, mask) << c[0] << "," << c[1] << "," << c[2];
     }
     EXPECT_GE(wide, 3u) << "codes of 32 and more are met at every level";
+    EXPECT_FALSE(search.IsGenreEnabled(nullptr, kAny, kAny, kAny));
 }
 
 TEST_F(KanaMATest, MissingAndCutOffsetFiles) {
