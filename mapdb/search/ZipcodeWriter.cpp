@@ -43,7 +43,7 @@ Bytes ZipTable(const std::vector<ZipcodeSource>& records, const char* file,
     return w.Take();
 }
 
-// The name as UTF-16 units; Error for malformed UTF-8, more than four characters or one
+// The name as UTF-16 units; Error for malformed UTF-8, U+0000, more than four characters or one
 // outside the Basic Multilingual Plane.
 std::vector<uint16_t> NameUnits(const std::string& name, const std::string& what) {
     std::vector<uint16_t> units;
