@@ -27,6 +27,8 @@
 #include "search/SearchKanaProcMA.h"
 #include "search/SearchPhoneProc.h"
 #include "search/SearchTelephoneProc.h"
+#include "search/SearchVicinityPrefDataProc.h"
+#include "search/SearchZipcodeProc.h"
 #include "search/VicinityProc.h"
 
 // Auxiliary data
