@@ -29,7 +29,8 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "LzmaRamGetUncompressedSize", "CStringConvProc::SjisToUtf8(unsigned short)",
           "CRangeCoderProc::InitRangeCoder()", "g_tcharPath", "g_blEnableDB", "g_stConvTbl",
           "CSearchPhoneProc::SearchPhoneProc(unsigned long*, unsigned long*, unsigned char*)",
-          "CIconID::QSort(int, int)"}) {
+          "CIconID::QSort(int, int)", "CSearchZipcodeProc::GetData(CLocationData*, unsigned char*)",
+          "CSearchVicinityPrefDataProc::GetListByiPCID(PREF_DATA*, unsigned long)"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
     for (const char* absent :
