@@ -49,8 +49,15 @@ std::vector<AddressItem> Tree() {
     return {tokyo, hokkaido, osaka};
 }
 
-std::string Sjis(const std::string& s) {
-    return mapdb::Utf8ToSjis(s);
+const auto Sjis = mapdb::Utf8ToSjis;
+using P = std::pair<unsigned long, unsigned long>;
+using Row = std::tuple<std::string, uint32_t, uint32_t, uint32_t>;  // name, position, enabled
+Row RowOf(const CLocationData& r) {
+    return {r.szName, r.lLon, r.lLat, r.dwEnable};
+}
+P Coordinate(CSearchAddressProc& s) {
+    unsigned long lon = 0, lat = 0;
+    return s.GetCurrentCoordinate(&lon, &lat) ? P(lon, lat) : P(0, 0);
 }
 std::string Address(CSearchAddressProc& s) {
     unsigned char text[4096];
@@ -73,6 +80,11 @@ struct AddressTest : testsupport::SuiteDb<AddressTest> {
     CSearchAddressProc s_;
     std::vector<unsigned long> path_;  // positions chosen, to come back after the level-8 end
 
+    std::vector<unsigned long> Rows() {
+        std::vector<unsigned long> rows;
+        for (unsigned long r = 0; r <= 10; ++r) rows.push_back(s_.GetKanaIndex(r));
+        return rows;
+    }
     void Renavigate() {
         unsigned long n = 0;
         ASSERT_GT(s_.InitProc(&n), 0);
@@ -87,19 +99,15 @@ struct AddressTest : testsupport::SuiteDb<AddressTest> {
             ASSERT_EQ(s_.GetList(page.data(), start, page.size(), 255, 0, 0), 1u);
             for (unsigned long i = 0; i < page.size(); ++i) {
                 SCOPED_TRACE(level * 10000 + start + i);
-                if (start + i >= list.size()) {
-                    EXPECT_EQ(page[i].szName[0], 0);
-                    EXPECT_EQ(page[i].dwEnable, 0u);
-                    continue;
+                Row want{"", 0, 0, 0};  // past the list: cleared
+                if (start + i < list.size()) {
+                    const AddressItem& item = list[start + i];
+                    const bool city = item.name == "八王子市" || item.name == "函館市" ||
+                                      item.name == "小樽市";  // leaves of level 1 named ...市
+                    want = {Sjis(item.name) + (city ? Sjis("代表地点") : ""), item.lonMs,
+                            item.latMs, 1};
                 }
-                const AddressItem& item = list[start + i];
-                std::string name = Sjis(item.name);
-                if (item.name == "八王子市" || item.name == "函館市" || item.name == "小樽市")
-                    name += Sjis("代表地点");
-                EXPECT_EQ(page[i].szName, name);
-                EXPECT_EQ(page[i].lLon, item.lonMs);
-                EXPECT_EQ(page[i].lLat, item.latMs);
-                EXPECT_EQ(page[i].dwEnable, 1u);
+                EXPECT_EQ(RowOf(page[i]), want);
             }
         }
         for (unsigned long i = 0; i < list.size(); ++i) {
@@ -114,19 +122,14 @@ struct AddressTest : testsupport::SuiteDb<AddressTest> {
             path_.push_back(i);
             const unsigned long r = s_.SearchNextProc(&count, i);
             if (item.children.empty()) {
-                EXPECT_EQ(r, kLeaf);
-                EXPECT_EQ(count, 12345u);
+                EXPECT_EQ(P(r, count), P(kLeaf, 12345u));
                 EXPECT_EQ(s_.GetCurrentLevel(), level + 1);
             } else {
-                EXPECT_EQ(r, item.children.size());
-                EXPECT_EQ(count, r);
+                EXPECT_EQ(P(r, count), P(item.children.size(), item.children.size()));
                 Walk(item.children, level + 1, below);
             }
             EXPECT_EQ(Address(s_).substr(0, below.size()), below);
-            unsigned long lon = 0, lat = 0;
-            EXPECT_EQ(s_.GetCurrentCoordinate(&lon, &lat), 1u);
-            EXPECT_EQ(lon, item.lonMs);
-            EXPECT_EQ(lat, item.latMs);
+            EXPECT_EQ(Coordinate(s_), P(item.lonMs, item.latMs));
             unsigned long position = 999;
             if (level == 7) {  // a leaf of a level-7 list: level 8, no way back
                 EXPECT_EQ(s_.BackToPrevProc(&count, &position), 0u);
@@ -135,8 +138,7 @@ struct AddressTest : testsupport::SuiteDb<AddressTest> {
                 continue;
             }
             EXPECT_EQ(s_.BackToPrevProc(&count, &position), list.size());
-            EXPECT_EQ(count, list.size());
-            EXPECT_EQ(position, i);
+            EXPECT_EQ(P(count, position), P(list.size(), i));
             EXPECT_EQ(s_.GetCurrentLevel(), level);
             path_.pop_back();
         }
@@ -146,8 +148,7 @@ struct AddressTest : testsupport::SuiteDb<AddressTest> {
 TEST_F(AddressTest, ReaderMatchesTheModelTreeAtEveryLevel) {
     unsigned long count = 0;
     ASSERT_EQ(s_.InitProc(&count), 3);
-    EXPECT_EQ(Address(s_), "");
-    EXPECT_EQ(s_.GetCurrentAddress(nullptr), 0u);
+    EXPECT_EQ(P(s_.GetCurrentAddress(nullptr), Address(s_).size()), P(0, 0));
     Walk(tree_, 0, "");
 }
 
@@ -155,21 +156,16 @@ TEST_F(AddressTest, KanaRowsNumbersAndCoordinates) {
     unsigned long n = 0, lon = 0, lat = 0;
     EXPECT_EQ(s_.GetCurrentCoordinate(&lon, &lat), 0u);
     ASSERT_EQ(s_.InitProc(&n), 3);
-    const unsigned long prefRows[10] = {2, kLeaf, kLeaf, 0, kLeaf, 1, kLeaf, kLeaf, kLeaf, kLeaf};
-    for (unsigned long r = 0; r < 10; ++r) EXPECT_EQ(s_.GetKanaIndex(r), prefRows[r]) << r;
-    EXPECT_EQ(s_.GetKanaIndex(10), 0u);
+    const unsigned long L = kLeaf;  // no item in the row; rows above 9 answer 0
+    EXPECT_EQ(Rows(), (std::vector<unsigned long>{2, L, L, 0, L, 1, L, L, L, L, 0}));
     ASSERT_EQ(s_.SearchNextProc(&n, 0), 6u);
-    const unsigned long cityRows[10] = {kLeaf, kLeaf, kLeaf, 0, kLeaf, 1, kLeaf, kLeaf, 5, 3};
-    for (unsigned long r = 0; r < 10; ++r) EXPECT_EQ(s_.GetKanaIndex(r), cityRows[r]) << r;
-    EXPECT_EQ(s_.IsListEnabled(), 1u);
-    EXPECT_EQ(s_.IsNumberEnabled(), 0u);
+    EXPECT_EQ(Rows(), (std::vector<unsigned long>{L, L, L, 0, L, 1, L, L, 5, 3, 0}));
+    EXPECT_EQ(P(s_.IsListEnabled(), s_.IsNumberEnabled()), P(1, 0));
     ASSERT_EQ(s_.SearchNextProc(&n, 2), 1200u);
     ASSERT_EQ(s_.SearchNextProc(&n, 650), 1u);
     ASSERT_EQ(s_.SearchNextProc(&n, 0), 5u);  // level 4: blocks 1-5
-    EXPECT_EQ(s_.IsListEnabled(), 0u);
-    EXPECT_EQ(s_.IsNumberEnabled(), 1u);
-    EXPECT_EQ(s_.IsAddressNumbered(4), 1u);
-    EXPECT_EQ(s_.IsAddressNumbered(5), 0u);
+    EXPECT_EQ(P(s_.IsListEnabled(), s_.IsNumberEnabled()), P(0, 1));
+    EXPECT_EQ(P(s_.IsAddressNumbered(4), s_.IsAddressNumbered(5)), P(1, 0));
     EXPECT_EQ(s_.SearchNumberProc(&n, 99), 0u);
     ASSERT_EQ(s_.SearchNumberProc(&n, 3), 3u);
     ASSERT_EQ(s_.SearchNumberProc(&n, 12), 1u);
@@ -177,74 +173,61 @@ TEST_F(AddressTest, KanaRowsNumbersAndCoordinates) {
     char utf8[4096];
     EXPECT_EQ(s_.GetCurrentAddressUni(utf8), 1u);
     EXPECT_STREQ(utf8, "東京都府中市区域651本町3-12");
-    ASSERT_EQ(s_.GetCurrentCoordinate(&lon, &lat), 1u);
     const AddressItem& house =
         tree_[0].children[2].children[650].children[0].children[2].children[2];
-    EXPECT_EQ(lon, house.lonMs);
-    EXPECT_EQ(lat, house.latMs);
+    EXPECT_EQ(Coordinate(s_), P(house.lonMs, house.latMs));
     ASSERT_EQ(s_.GetCurrentCoordinate256(&lon, &lat), 1u);
-    EXPECT_EQ(lon, uint64_t{house.lonMs} * 256 / 1000);
-    EXPECT_EQ(lat, uint64_t{house.latMs} * 256 / 1000);
-    EXPECT_EQ(s_.GetList(nullptr, 0, 1, 255, 0, 0), 0u);
-    CAddressData many[2];
-    EXPECT_EQ(s_.GetData(many, 0, 501), 0u);
+    EXPECT_EQ(P(lon, lat), P(house.lonMs * 32ull / 125, house.latMs * 32ull / 125));
+    CAddressData many[2];  // more than 500 items at once are refused
+    EXPECT_EQ(P(s_.GetList(nullptr, 0, 1, 255, 0, 0), s_.GetData(many, 0, 501)), P(0, 0));
 }
 
 TEST_F(AddressTest, RefinementAtLevelsZeroAndOne) {
-    struct Case {
-        std::vector<unsigned long> path;
-        unsigned long genre1;
-        std::vector<uint32_t> enabled;
-    };
-    const Case cases[] = {
-        {{}, 1, {1, 1, 0}},           {{}, 9, {0, 0, 0}},
-        {{}, 255, {1, 1, 1}},         {{1}, 1, {1, 0, 1}},  // 北海道's bitmap
-        {{0}, 1, {1, 1, 1, 1, 1, 1}},                       // 東京都 has no bitmap: unchanged
-        {{1, 0}, 1, {1, 1}},                                // deeper levels are not refined
-    };
-    for (const Case& c : cases) {
+    using Case = std::tuple<std::vector<unsigned long>, unsigned long, std::vector<uint32_t>>;
+    for (const auto& [path, genre1, enabled] :
+         std::vector<Case>{{{}, 1, {1, 1, 0}},
+                           {{}, 9, {0, 0, 0}},
+                           {{}, 255, {1, 1, 1}},
+                           {{1}, 1, {1, 0, 1}},           // 北海道's bitmap
+                           {{0}, 1, {1, 1, 1, 1, 1, 1}},  // 東京都 has no bitmap: unchanged
+                           {{1, 0}, 1, {1, 1}}}) {        // deeper levels are not refined
         unsigned long n = 0;
         ASSERT_GT(s_.InitProc(&n), 0);
-        for (unsigned long p : c.path) ASSERT_GT(s_.SearchNextProc(&n, p), 0u);
-        std::vector<CLocationData> out(c.enabled.size());
-        ASSERT_EQ(s_.GetList(out.data(), 0, out.size(), c.genre1, 2, 3), 1u);
-        for (size_t i = 0; i < out.size(); ++i)
-            EXPECT_EQ(out[i].dwEnable, c.enabled[i]) << c.genre1 << " " << i;
+        for (unsigned long p : path) ASSERT_GT(s_.SearchNextProc(&n, p), 0u);
+        std::vector<CLocationData> out(enabled.size());
+        ASSERT_EQ(s_.GetList(out.data(), 0, out.size(), genre1, 2, 3), 1u);
+        std::vector<uint32_t> got;
+        for (const CLocationData& r : out) got.push_back(r.dwEnable);
+        EXPECT_EQ(got, enabled) << genre1 << " " << path.size();
     }
-    mapdb::TempDir dir;
+    mapdb::TempDir dir;  // a bitmap would answer for a prefecture position without data
     EXPECT_THROW(mapdb::WriteRefine(dir.path(), {{1, 2, 3, {0}, {{13, {true}}}}}), mapdb::Error);
 }
 
 TEST_F(AddressTest, AreaCodesBecomePaths) {
-    struct Case {
-        unsigned long c1, c2, c3, result;
-        const char* text;
-        unsigned long level;
-    };
-    const Case cases[] = {{13, 101, 5, 1, "東京都府中市区域651", 2},
-                          {13, 101, 7, 1, "東京都府中市", 2},
-                          {13, 101, 0, 1, "東京都府中市", 2},
-                          {13, 102, 9, 1, "東京都八王子市代表地点", 2},
-                          {1, 7, 0, 1, "北海道札幌市北区", 3},
-                          {13, 103, 0, 0, "", 0},
-                          {14, 101, 0, 0, "", 0}};
-    for (const Case& c : cases) {
+    using Case =
+        std::tuple<unsigned long, unsigned long, unsigned long, std::string, unsigned long>;
+    for (const auto& [c1, c2, c3, text, level] :
+         std::vector<Case>{{13, 101, 5, "東京都府中市区域651", 2},
+                           {13, 101, 7, "東京都府中市", 2},
+                           {13, 101, 0, "東京都府中市", 2},
+                           {13, 102, 9, "東京都八王子市代表地点", 2},
+                           {1, 7, 0, "北海道札幌市北区", 3},
+                           {13, 103, 0, "", 0},
+                           {14, 101, 0, "", 0}}) {
         CConvAddressProc conv;
-        SCOPED_TRACE(c.text);
-        ASSERT_EQ(conv.ConvAddressProc(c.c1, c.c2, c.c3), c.result);
-        if (c.result == 0) continue;
-        EXPECT_EQ(Address(conv), Sjis(c.text));
-        EXPECT_EQ(conv.GetCurrentLevel(), c.level);
+        const unsigned long r = conv.ConvAddressProc(c1, c2, c3);
+        EXPECT_EQ(std::make_tuple(r, Address(conv), conv.GetCurrentLevel()),
+                  std::make_tuple(text.empty() ? 0ul : 1ul, Sjis(text), level));
     }
     CConvAddressProc conv;
     unsigned long p[3] = {9, 9, 9};
     EXPECT_EQ(conv.LoadData(&p[0], &p[1], &p[2], 13, 101, 5), 1u);
-    EXPECT_EQ(p[0] * 1000000 + p[1] * 1000 + p[2], 2650u);
-    EXPECT_EQ(conv.SearchNextProcLight(65535), 1u);
-    EXPECT_EQ(conv.SearchNextProcLight(0), 0u);
+    EXPECT_EQ(std::vector<unsigned long>(p, p + 3), (std::vector<unsigned long>{0, 2, 650}));
+    EXPECT_EQ(P(conv.SearchNextProcLight(65535), conv.SearchNextProcLight(0)), P(1, 0));
 }
 
-// One prefecture (code 5) over hand-made level files: one block each, level 1 damaged or not.
+// A record as the level files hold it, and a file of 3-byte offsets and an LZMA block.
 mapdb::Bytes Rec(uint32_t childStart, uint32_t count, unsigned level, const std::string& name) {
     mapdb::ByteWriter w;
     w.U32(childStart), w.U32(count);
@@ -252,77 +235,63 @@ mapdb::Bytes Rec(uint32_t childStart, uint32_t count, unsigned level, const std:
     w.Str(mapdb::Utf8ToSjis(name)), w.U8(0x0A), w.U24(100), w.U24(200);
     return w.Take();
 }
-mapdb::Bytes Header(std::initializer_list<uint32_t> offsets) {
+mapdb::Bytes File(std::initializer_list<uint32_t> offsets, const mapdb::Bytes& raw = {}) {
     mapdb::ByteWriter w;
     w.Raw(mapdb::VersionHeader());
     for (uint32_t o : offsets) w.U24(o);
+    w.Raw(raw.empty() ? raw : mapdb::EncodeLzmaBlock(raw));
     return w.Take();
 }
 
+// One prefecture (code 5) over hand-made level files of one item each; level 1 damaged or not.
 TEST_F(AddressTest, DamagedLevelFilesFailAndLevelSevenIsTheLast) {
     mapdb::TempDir dir;
     settings_.Use(dir.path());
     AddressItem pref = Item("県", "", {Item("市")});
     pref.code = 5;
-    mapdb::Bytes good = Rec(0, 1, 1, "市");
-    struct Case {
-        const char* damage;
-        uint32_t claims;
-        mapdb::Bytes cnt, dat;
-        unsigned long result;
-    };
-    mapdb::Bytes block = mapdb::EncodeLzmaBlock(good);
-    mapdb::Bytes dat = Header({});
-    dat.insert(dat.end(), block.begin(), block.end());
-    mapdb::Bytes cut = mapdb::EncodeLzmaBlock(mapdb::Bytes(good.begin(), good.end() - 7));
-    mapdb::Bytes cutDat = Header({});
-    cutDat.insert(cutDat.end(), cut.begin(), cut.end());
-    const Case cases[] = {
-        {"none", 1, Header({16, uint32_t(dat.size())}), dat, 1},
-        {"cut table", 1, Header({16}), dat, 0},
-        {"block past the data file", 1, Header({16, 0xFFFFF0}), dat, 0},
-        {"not a compressed block", 1, Header({16, 36}),
-         Header({0xFFFFFF, 0xFFFFFF, 0xFFFFFF, 0xFFFFFF, 0xFFFFFF, 0xFFFFFF, 0xFFFFFF}), 0},
-        {"record cut before its line feed", 1, Header({16, uint32_t(cutDat.size())}), cutDat, 0},
-        {"more children claimed than stored", 2, Header({16, uint32_t(dat.size())}), dat, 0}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.damage);
-        pref.children.resize(c.claims, Item("市"));
+    const mapdb::Bytes good = Rec(0, 1, 1, "市"), dat = File({}, good);
+    const mapdb::Bytes cut = File({}, mapdb::Bytes(good.begin(), good.end() - 7));
+    const uint32_t end = static_cast<uint32_t>(dat.size()), ff = 0xFFFFFF;
+    using Case = std::tuple<const char*, uint32_t, mapdb::Bytes, mapdb::Bytes, unsigned long>;
+    for (const auto& [damage, claims, cnt1, dat1, result] : std::vector<Case>{
+             {"none", 1, File({16, end}), dat, 1},
+             {"cut table", 1, File({16}), dat, 0},
+             {"block past the data file", 1, File({16, 0xFFFFF0}), dat, 0},
+             {"not a compressed block", 1, File({16, 36}), File({ff, ff, ff, ff, ff, ff, ff}), 0},
+             {"record cut before its line feed", 1, File({16, uint32_t(cut.size())}), cut, 0},
+             {"more children claimed than stored", 2, File({16, end}), dat, 0}}) {
+        SCOPED_TRACE(damage);
+        pref.children.resize(claims, Item("市"));
         mapdb::WriteAddress(dir.path(), {pref});
         mapdb::PackWriter pack;
-        pack.Add("A05-1.cnt", c.cnt), pack.Add("A05-1.dat", c.dat);
-        // Levels 2-7: one item each, and the level-7 item claims a child it cannot have.
-        for (unsigned level = 2; level <= 7; ++level) {
-            mapdb::Bytes z = mapdb::EncodeLzmaBlock(Rec(0, 1, level, "x"));
-            mapdb::Bytes d = Header({});
-            d.insert(d.end(), z.begin(), z.end());
-            pack.Add("A05-" + std::to_string(level) + ".cnt", Header({16, uint32_t(d.size())}));
+        pack.Add("A05-1.cnt", cnt1), pack.Add("A05-1.dat", dat1);
+        for (unsigned level = 2; level <= 7; ++level) {  // the level-7 item claims a child too
+            const mapdb::Bytes d = File({}, Rec(0, 1, level, "x"));
+            pack.Add("A05-" + std::to_string(level) + ".cnt", File({16, uint32_t(d.size())}));
             pack.Add("A05-" + std::to_string(level) + ".dat", d);
         }
         pack.Write(dir.path(), "ADDRESS/A05", "A05");
         CSearchAddressProc s;
         unsigned long n = 0, position = 9;
         ASSERT_EQ(s.InitProc(&n), 1);
-        EXPECT_EQ(s.SearchNextProc(&n, 0), c.result);
-        EXPECT_EQ(s.GetCurrentLevel(), 1u);
-        EXPECT_EQ(Address(s), Sjis("県"));
-        if (c.result == 0) {
-            EXPECT_EQ(s.BackToPrevProc(&n, &position), 1u);
-            EXPECT_EQ(position, 0u);
+        EXPECT_EQ(s.SearchNextProc(&n, 0), result);
+        // A failed load keeps the item on the path and the level below it, so back works.
+        EXPECT_EQ(std::make_pair(Address(s), s.GetCurrentLevel()), std::make_pair(Sjis("県"), 1ul));
+        if (result == 0) {
+            EXPECT_EQ(P(s.BackToPrevProc(&n, &position), position), P(1, 0));
             continue;
         }
         for (unsigned long level = 1; level < 7; ++level) ASSERT_EQ(s.SearchNextProc(&n, 0), 1u);
-        EXPECT_EQ(s.SearchNextProc(&n, 0), 0u);
-        EXPECT_EQ(s.GetCurrentLevel(), 7u);
-        EXPECT_EQ(Address(s), Sjis("県市xxxxx"));
+        EXPECT_EQ(s.SearchNextProc(&n, 0), 0u);  // nothing below level 7: refused, path kept
+        EXPECT_EQ(std::make_pair(Address(s), s.GetCurrentLevel()),
+                  std::make_pair(Sjis("県市xxxxx"), 7ul));
     }
     mapdb::PackWriter top;
-    top.Add("A.dat", Header({}));
+    top.Add("A.dat", File({}));
     top.Write(dir.path(), "ADDRESS/A", "A");
     CSearchAddressProc s;
     unsigned long n = 7;
-    EXPECT_EQ(s.InitProc(&n), 0);
-    EXPECT_EQ(n, 0u);
+    EXPECT_EQ(P(s.InitProc(&n), n), P(0, 0));  // an empty prefecture file
     EXPECT_THROW(mapdb::WriteAddress(dir.path(), {pref, pref}), mapdb::Error);  // code used twice
 }
 
