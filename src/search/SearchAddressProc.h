@@ -45,7 +45,8 @@ public:
     // Back to level 0 with the prefecture list (at most 47 items); its count, 0 on failure.
     int SearchPrefProc();
     // Chooses the item at `position` and goes down: the new list's count (also in *count),
-    // 0x3fffffff for a leaf (the address is complete; *count untouched), 0 on failure.
+    // 0x3fffffff for a leaf (the address is complete; *count untouched), 0 on failure. Refused
+    // (path unchanged) beyond level 7, and for an item with children in a level-7 list.
     unsigned long SearchNextProc(unsigned long* count, unsigned long position);
     // As SearchNextProc for the first item whose name starts with the decimal text of `number`
     // (the first five bytes compared); 0 when none does.
@@ -62,7 +63,7 @@ public:
     unsigned long GetData(CAddressData* out, unsigned long start, unsigned long count);
     // The chosen path as one Shift_JIS text ended by two NULs, a "-" between a name ending in
     // a digit and one starting with one. 1, or 0 (empty text) when nothing is chosen. The text
-    // needs at most 8 x 383 + 7 + 2 bytes.
+    // needs at most 9 x 383 + 2 bytes (the path holds at most nine items).
     unsigned long GetCurrentAddress(unsigned char* text);
     // The same text in UTF-8 (each Shift_JIS character becomes at most 3 bytes).
     unsigned long GetCurrentAddressUni(char* text);
