@@ -16,6 +16,7 @@
 
 // POI, area and address search
 #include "search/ArrayData.h"
+#include "search/ConvAddressProc.h"
 #include "search/IconID.h"
 #include "search/LocationData.h"
 #include "search/SearchAddressProc.h"
