@@ -4,10 +4,12 @@
 #include "search/SearchAddressProc.h"
 
 #include <cctype>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include "codec/DecodeToBuffer.h"
 #include "foundation/Alloc.h"
@@ -22,16 +24,12 @@ constexpr uint32_t kNoRow = 0x3fffffff;  // kana row without items
 constexpr unsigned long kBlock = 500;    // records per compressed block
 constexpr unsigned long kPrefectures = 47;
 constexpr unsigned long kDeepestLevel = 7;
-// The deepest path: one item per level 0-7, plus one chosen without descending
-// (CConvAddressProc). Choices beyond it are refused, which bounds the address text.
-constexpr unsigned long kMaxPath = 9;
 constexpr uint64_t kOffsetEntry = 3;
 // A name keeps room for the two NULs that end the text area.
 constexpr size_t kMaxName = sizeof(CLocationData::szName) - 2;
 constexpr unsigned char kCity[] = {0x8E, 0x73};  // 市
 constexpr unsigned char kRepresentative[] = {0x91, 0xE3, 0x95, 0x5C,
                                              0x92, 0x6E, 0x93, 0x5F};  // 代表地点
-constexpr size_t kMaxAddress = kMaxPath * (kMaxName + 1) + 2;
 
 // Kana row of a half-width katakana first letter: ｦ is row 9 (わ), ｱ..ﾖ rows 0-7 in fives,
 // ﾗ.. rows 8 and 9; none for other bytes.
@@ -74,7 +72,12 @@ CAddressData::CAddressData()
     : dwBlockStart(0), dwChildCount(0), dwChildStart(kLeaf), dwListPos(0) {}
 CAddressData::~CAddressData() {}
 
-unsigned long CAddressData::SetData(unsigned char* data, unsigned long level, unsigned long size) {
+unsigned long CAddressData::SetData(unsigned char* data, unsigned long level) {
+    return SetDataWithin(data, level, ULONG_MAX);
+}
+
+unsigned long CAddressData::SetDataWithin(unsigned char* data, unsigned long level,
+                                          unsigned long size) {
     const unsigned long head = level <= 2 ? 9 : 8;
     if (data == nullptr || size < head + 1 + 6) return 0;
     const unsigned char* name = data + head;
@@ -134,7 +137,6 @@ int CSearchAddressProc::InitProc(unsigned long* count) {
 }
 
 int CSearchAddressProc::SearchPrefProc() {
-    ReleaseAll(&m_Path);
     m_dwPrefecture = 0;
     m_dwLevel = 0;
     m_dwListStart = 0;
@@ -219,7 +221,7 @@ unsigned long CSearchAddressProc::LoadData(unsigned long prefecture, unsigned lo
         unsigned long pos = 0;
         uint64_t index = static_cast<uint64_t>(block) * kBlock;
         for (unsigned long r = 0; r < kBlock && pos < len && listed < count; ++r, ++index) {
-            const unsigned long n = record.SetData(data.get() + pos, level, len - pos);
+            const unsigned long n = record.SetDataWithin(data.get() + pos, level, len - pos);
             if (n == 0) break;
             pos += n;
             if (index < start) continue;
@@ -264,7 +266,7 @@ unsigned long CSearchAddressProc::GetDataSub(unsigned long position) {
     CAddressData skipped;
     for (unsigned long r = 0; r < kBlock && pos < len; ++r) {
         CAddressData* rec = r < skip ? &skipped : &m_pCache[copied];
-        const unsigned long n = rec->SetData(data.get() + pos, m_dwLevel, len - pos);
+        const unsigned long n = rec->SetDataWithin(data.get() + pos, m_dwLevel, len - pos);
         if (n == 0) break;
         pos += n;
         if (r < skip) continue;
@@ -291,7 +293,6 @@ unsigned long CSearchAddressProc::GetData(CAddressData* out, unsigned long start
 }
 
 unsigned long CSearchAddressProc::Choose(unsigned long position, CAddressData* item) {
-    if (m_dwLevel > kDeepestLevel || m_Path.dwCount >= kMaxPath) return 0;
     if (position >= m_dwListCount || GetData(item, position, 1) != 1) return 0;
     item->dwListPos = static_cast<uint32_t>(position);
     if (!m_Path.Add(item)) return 0;
@@ -303,12 +304,6 @@ unsigned long CSearchAddressProc::Choose(unsigned long position, CAddressData* i
 }
 
 unsigned long CSearchAddressProc::SearchNextProc(unsigned long* count, unsigned long position) {
-    // A list of level 7 holds leaves only; a further level does not exist. Refused before the
-    // item joins the path, so that the path keeps one item per level.
-    if (m_dwLevel >= kDeepestLevel && position < m_dwListCount) {
-        CAddressData probe;
-        if (GetData(&probe, position, 1) == 1 && probe.dwChildStart != kLeaf) return 0;
-    }
     CAddressData item;
     const unsigned long r = Choose(position, &item);
     if (r != 1) return r;
@@ -446,9 +441,9 @@ unsigned long CSearchAddressProc::GetCurrentAddress(unsigned char* text) {
 
 unsigned long CSearchAddressProc::GetCurrentAddressUni(char* text) {
     if (text == nullptr) return 0;
-    unsigned char sjis[kMaxAddress];
-    const unsigned long r = GetCurrentAddress(sjis);
-    SjisToUtf8(reinterpret_cast<unsigned char*>(text), sjis, 0);
+    std::vector<unsigned char> sjis(static_cast<size_t>(m_Path.dwCount) * (kMaxName + 1) + 2);
+    const unsigned long r = GetCurrentAddress(sjis.data());
+    SjisToUtf8(reinterpret_cast<unsigned char*>(text), sjis.data(), 0);
     return r;
 }
 

@@ -5,7 +5,6 @@
 // One thread at a time per object; objects are independent.
 #pragma once
 
-#include <climits>
 #include <cstdint>
 
 #include "codec/MarlinDataProc.h"
@@ -20,12 +19,15 @@ public:
     CAddressData();
     ~CAddressData();
 
-    // Reads one decoded record of a level-`level` file from `data` (at most `size` bytes
-    // available): child start, child count, the kana character (levels 0-2), the name up to
-    // 0x0A and the position. A childless city of level 1 ("...市") is named as its
-    // representative point ("...市代表地点"). Returns the record's length, 0 when it runs past
-    // `size`.
-    unsigned long SetData(unsigned char* data, unsigned long level, unsigned long size = ULONG_MAX);
+    // Reads one decoded record of a level-`level` file from `data`: child start, child count,
+    // the kana character (levels 0-2), the name up to 0x0A and the position. A childless city
+    // of level 1 ("...市") is named as its representative point ("...市代表地点"). Returns the
+    // record's length.
+    unsigned long SetData(unsigned char* data, unsigned long level);
+    // The same with at most `size` bytes available (the library's readers): 0 when the record
+    // runs past them.
+    SP_LOCAL unsigned long SetDataWithin(unsigned char* data, unsigned long level,
+                                         unsigned long size);
 
     uint32_t dwBlockStart;  // first record of the 500-record block the item came from
     uint32_t dwChildCount;  // items in its child list
@@ -42,11 +44,12 @@ public:
     // Allocates the 500-record cache and loads the prefecture list; its count. 0 when the
     // cache cannot be allocated or the list cannot be read.
     int InitProc(unsigned long* count);
-    // Back to level 0 with the prefecture list (at most 47 items); its count, 0 on failure.
+    // Back to level 0 with the prefecture list (at most 47 items); its count, 0 on failure. The
+    // path is left as it is (InitProc starts a new one).
     int SearchPrefProc();
     // Chooses the item at `position` and goes down: the new list's count (also in *count),
-    // 0x3fffffff for a leaf (the address is complete; *count untouched), 0 on failure. Refused
-    // (path unchanged) beyond level 7, and for an item with children in a level-7 list.
+    // 0x3fffffff for a leaf (the address is complete; *count untouched), 0 on failure. An
+    // item with children in a level-7 list joins the path, and the call fails (no level 8).
     unsigned long SearchNextProc(unsigned long* count, unsigned long position);
     // As SearchNextProc for the first item whose name starts with the decimal text of `number`
     // (the first five bytes compared); 0 when none does.
@@ -63,7 +66,7 @@ public:
     unsigned long GetData(CAddressData* out, unsigned long start, unsigned long count);
     // The chosen path as one Shift_JIS text ended by two NULs, a "-" between a name ending in
     // a digit and one starting with one. 1, or 0 (empty text) when nothing is chosen. The text
-    // needs at most 9 x 383 + 2 bytes (the path holds at most nine items).
+    // needs at most 383 bytes per chosen item plus 2.
     unsigned long GetCurrentAddress(unsigned char* text);
     // The same text in UTF-8 (each Shift_JIS character becomes at most 3 bytes).
     unsigned long GetCurrentAddressUni(char* text);

@@ -30,7 +30,9 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "CRangeCoderProc::InitRangeCoder()", "g_tcharPath", "g_blEnableDB", "g_stConvTbl",
           "CSearchPhoneProc::SearchPhoneProc(unsigned long*, unsigned long*, unsigned char*)",
           "CIconID::QSort(int, int)", "CSearchZipcodeProc::GetData(CLocationData*, unsigned char*)",
-          "CSearchVicinityPrefDataProc::GetListByiPCID(PREF_DATA*, unsigned long)"}) {
+          "CSearchVicinityPrefDataProc::GetListByiPCID(PREF_DATA*, unsigned long)",
+          "CAddressData::SetData(unsigned char*, unsigned long)",
+          "CConvAddressProc::ConvAddressProc(unsigned long, unsigned long, unsigned long)"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
     for (const char* absent :

@@ -282,9 +282,10 @@ TEST_F(AddressTest, DamagedLevelFilesFailAndLevelSevenIsTheLast) {
             continue;
         }
         for (unsigned long level = 1; level < 7; ++level) ASSERT_EQ(s.SearchNextProc(&n, 0), 1u);
-        EXPECT_EQ(s.SearchNextProc(&n, 0), 0u);  // nothing below level 7: refused, path kept
+        // Nothing below level 7: the item joins the path, the call fails, the level stays.
+        EXPECT_EQ(s.SearchNextProc(&n, 0), 0u);
         EXPECT_EQ(std::make_pair(Address(s), s.GetCurrentLevel()),
-                  std::make_pair(Sjis("県市xxxxx"), 7ul));
+                  std::make_pair(Sjis("県市xxxxxx"), 7ul));
     }
     mapdb::PackWriter top;
     top.Add("A.dat", File({}));
