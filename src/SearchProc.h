@@ -33,5 +33,7 @@
 #include "search/VicinityProc.h"
 
 // Auxiliary data
+#include "auxdata/SearchAddFunctionProc.h"
+#include "auxdata/SearchIntroProc.h"
 
 // Guidance imaging
