@@ -106,7 +106,10 @@ TEST_F(AddInfoTest, DamagedFoldersGiveTheirResults) {
         {"offset past I.dat", {{"I.idx", Table({{1, 9}}, 3)}, {"I.dat", ab}}, "1||"},
         {"record past I.dat", {{"I.idx", Table({{1, 0}, {2, 50}}, 3)}, {"I.dat", ab}}, "1||"},
         {"offsets descending", {{"I.idx", Table({{1, 2}, {2, 0}}, 3)}, {"I.dat", ab}}, "1||"},
-        {"no line feed", {{"I.idx", Table({{1, 2}}, 3)}, {"I.dat", {'x', '\n', 'y'}}}, "1|y|"}};
+        {"no line feed", {{"I.idx", Table({{1, 2}}, 3)}, {"I.dat", {'x', '\n', 'y'}}}, "1|y|"},
+        {"line longer than the text, ending in a lead byte",
+         {{"I.idx", Table({{1, 0}}, 3)}, {"I.dat", mapdb::Bytes(800, 0x81)}},
+         "1|" + std::string(767, '\x81') + "|"}};
     for (const auto& [damage, files, intro] : cases) {
         SCOPED_TRACE(damage);
         mapdb::TempDir dir;
