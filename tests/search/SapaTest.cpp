@@ -9,20 +9,21 @@
 namespace {
 
 using namespace testsupport;
+using Ids = std::vector<unsigned long>;
 
 // Facility boolean of each raw flag bit, -1 where the bit has none (worked out by hand).
 constexpr int kBoolOfBit[32] = {0,  -1, -1, 1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, -1, 12,
                                 13, 14, 15, 16, 17, 18, -1, 19, 20, -1, -1, -1, -1, -1, 21, 22};
 
-mapdb::SapaSource Sapa(uint32_t bit) {  // ids "SA00000000" .. "SA00000031"
+// Ids "SA00000000" .. "SA00000031"; the first name fills all 32 bytes, the last text 47.
+mapdb::SapaSource Sapa(uint32_t bit) {
     const std::string n = std::to_string(100 + bit).substr(1);
-    return {"SA000000" + n,
-            uint8_t(bit + 1),
-            {{bit, 0xFFFF, 2, 3, 4}},
-            1u << bit,
-            0xABCDEF - bit,
-            bit == 0 ? std::string(12, 'N') + "東名高速道路海老名SA" : "PA" + n,
-            bit == 31 ? std::string(47, 'T') : "上り線 " + n};
+    mapdb::SapaSource s;
+    s.id = "SA000000" + n, s.kind = uint8_t(bit + 1), s.values = {{bit, 0xFFFF, 2, 3, 4}};
+    s.flags = 1u << bit, s.value6 = 0xABCDEF - bit;
+    s.name = bit ? "PA" + n : std::string(12, 'N') + "東名高速道路海老名SA";
+    s.text = bit == 31 ? std::string(47, 'T') : "上り線 " + n;
+    return s;
 }
 
 // Five car parks in the base data; the same ids in every folder.
@@ -67,39 +68,33 @@ TEST_F(SapaTest, EveryRecordFieldAndFlagBit) {
 }
 
 TEST_F(SapaTest, SdFileNameAndDamagedFiles) {
-    mapdb::TempDir sd, plain, damaged;
-    mapdb::WriteSapaInfo(sd.path(), {Sapa(5)}, true), mapdb::WriteSapaInfo(plain.path(), {Sapa(5)});
-    // A name of 33 bytes, a text of 48, a record cut before its LF, a start at the end of the file.
-    const std::string recs[] = {std::string(33, 'N') + ",T\r\n",
-                                "N," + std::string(48, 'T') + "\r\n", "N,T\r"};
-    mapdb::ByteWriter ix, dat;
-    ix.Zeros(16), dat.Zeros(16);
-    for (int i = 0; i < 4; ++i) {
-        ix.Str("SA0000000" + std::to_string(i)),
-            ix.Str(std::to_string(1000000 + dat.size()).substr(1));
-        if (i < 3) dat.Zeros(18), dat.Str(recs[i]);
-    }
-    mapdb::MakeDirs(damaged / "SAPAINFO"),
-        mapdb::WriteFile(damaged / "SAPAINFO/SAPA.DAT", dat.bytes());
-    mapdb::WriteFile(damaged / "SAPAINFO/SAPAID.IDX", ix.bytes());
-    const std::tuple<std::string, std::string, bool, const char*, int> cases[] = {
-        {"", sd.path(), true, "SA00000005", 1},       {"", sd.path(), false, "SA00000005", 0},
-        {"", plain.path(), true, "SA00000005", 0},    {damaged.path(), "", false, "SA00000000", 0},
-        {damaged.path(), "", false, "SA00000001", 0}, {damaged.path(), "", false, "SA00000002", 0},
-        {damaged.path(), "", false, "SA00000003", 0}};
-    for (const auto& [db, sdPath, sdOn, id, want] : cases) {
-        settings_.Use(db, sdPath, true, sdOn);
-        CSAPAData d = {};
-        EXPECT_EQ(want, SAPAInfo().GetSAPAData(&d, id)) << db << sdPath << id;
-    }
-    mapdb::WriteFile(damaged / "SAPAINFO/SAPAID.IDX",
-                     {ix.bytes().begin(), ix.bytes().begin() + 31});
+    mapdb::TempDir sd, ok, bad;
+    mapdb::WriteSapaInfo(sd.path(), {Sapa(5)}, true), mapdb::WriteSapaInfo(ok.path(), {Sapa(5)});
+    const std::string z(18, 0), S = sd.path(), O = ok.path(), B = bad.path();
+    // Bad records: a name of 33 bytes, a text of 48, one cut before its LF; a cut index entry.
+    const std::string recs = std::string(16, 0) + z + std::string(33, 'N') + ",T\r\n" + z + "N," +
+                             std::string(48, 'T') + "\r\n" + z + "N,T\r";
+    const mapdb::Bytes idx = mapdb::ReadFile(ok / "SAPAINFO/SAPAID.IDX");
+    mapdb::MakeDirs(B + "/SAPAINFO"),
+        mapdb::WriteFile(B + "/SAPAINFO/SAPA.DAT", {recs.begin(), recs.end()});
+    mapdb::WriteFile(B + "/SAPAINFO/SAPAID.IDX", {idx.begin(), idx.begin() + 31});
+    // The data file's SD name is the only one read on the SD card.
+    const std::tuple<std::string, std::string, bool, int> looks[] = {
+        {"", S, true, 1}, {"", S, false, 0}, {"", O, true, 0}, {B, "", false, 0}};
     CSAPAData d = {};
-    EXPECT_EQ(0, SAPAInfo().GetSAPAData(&d, "SA00000000"));  // index cut inside its only entry
-    settings_.Use(plain.path());  // record "PA05": whole, empty, cut before "," or LF, exact
-    const unsigned long reads[][3] = {
-        {16, 0xffffff, 1}, {16, 0, 0}, {16, 22, 0}, {16, 33, 0}, {16, 34, 1}};
-    for (const auto& r : reads) EXPECT_EQ(r[2], SAPAInfo().GetInfoData(&d, r[0], r[1])) << r[1];
+    for (const auto& [db, sdRoot, sdOn, want] : looks) {
+        settings_.Use(db, sdRoot, true, sdOn);
+        EXPECT_EQ(want, SAPAInfo().GetSAPAData(&d, "SA00000005")) << db << sdRoot << sdOn;
+    }
+    // Record "PA05" (34 bytes) whole, empty, cut before "," or LF; the bad ones; the file's end.
+    const std::tuple<std::string, unsigned long, unsigned long, unsigned long> reads[] = {
+        {O, 16, 0xffffff, 1}, {O, 16, 0, 0},         {O, 16, 22, 0},
+        {O, 16, 33, 0},       {O, 16, 34, 1},        {B, 16, 55, 0},
+        {B, 71, 70, 0},       {B, 141, 0xffffff, 0}, {B, 163, 0xffffff, 0}};
+    for (const auto& [root, offset, length, want] : reads) {
+        settings_.Use(root);
+        EXPECT_EQ(want, SAPAInfo().GetInfoData(&d, offset, length)) << root << " " << offset;
+    }
 }
 
 TEST_F(SapaTest, AlliedParkingOfEveryFacility) {
@@ -112,12 +107,13 @@ TEST_F(SapaTest, AlliedParkingOfEveryFacility) {
         ASSERT_EQ(n, count) << id;  // facilities 1 and 39 hold the first and last pairs
         std::vector<CLocationData> out(n + 1);
         EXPECT_EQ(n ? 1u : 0u, parking.GetList(out.data(), 0, n + 1)) << id;
+        Ids want;
         for (uint32_t k = 0; k < n; ++k) {
             const uint32_t p = (f + n - 1 - k) % 5;
-            EXPECT_EQ(parks_[p], out[k].dwID) << id;
+            want.push_back(parks_[p]);
             EXPECT_EQ(mapdb::Utf8ToSjis("駐車場" + std::to_string(p)), out[k].szName) << id;
         }
-        EXPECT_EQ(0u, out[n].dwID);
+        EXPECT_EQ(want, Listed(out)) << id;
     }
     ASSERT_EQ(1u, parking.SearchProc(&count, 0xB1000000 + 4 * 3));  // parks 0, 4, 3
     CLocationData out[2];
@@ -139,39 +135,31 @@ TEST_F(SapaTest, DamagedParkingFiles) {
     mapdb::ByteWriter w;  // a whole pair, then a facility id without its car park
     w.Zeros(16), w.U32(5), w.U32(parks_[4]), w.U32(5);
     mapdb::MakeDirs(odd / "PARKING"), mapdb::WriteFile(odd / "PARKING/TK.DAT", w.bytes());
-    using Ids = std::vector<unsigned long>;
-    const std::tuple<std::string, unsigned long, unsigned long, unsigned long, Ids> cases[] = {
-        {none.path(), 0, 0, 0, {}},
-        {tiny.path(), 1, 0, 0, {}},
-        {odd.path(), 1, 1, 1, {parks_[4]}},
-        {bad.path(), 1, 3, 0, {parks_[2]}}};  // the list stops at the unknown car park
-    for (const auto& [db, status, n, listed, ids] : cases) {
+    // {status, count, GetList} and the ids listed; the list stops at the unknown car park.
+    const std::pair<std::string, Ids> cases[] = {{none.path(), {0, 0, 0}},
+                                                 {tiny.path(), {1, 0, 0}},
+                                                 {odd.path(), {1, 1, 1, parks_[4]}},
+                                                 {bad.path(), {1, 3, 0, parks_[2]}}};
+    for (const auto& [db, want] : cases) {
         WriteParks(db), settings_.Use(db, dir_.path());  // the SD copy is not enabled
         CSearchAlliedParkingProc parking;
         unsigned long count = 99;
         std::vector<CLocationData> out(3);
-        EXPECT_EQ(status, parking.SearchProc(&count, 5)) << db;
-        EXPECT_EQ(n, count) << db;
-        EXPECT_EQ(listed, parking.GetList(out.data(), 0, 3)) << db;
-        EXPECT_EQ(ids, Listed(out)) << db;
+        Ids got = {parking.SearchProc(&count, 5), count, parking.GetList(out.data(), 0, 3)};
+        for (unsigned long id : Listed(out)) got.push_back(id);
+        EXPECT_EQ(want, got) << db;
     }
 }
 
 TEST(SapaWriter, RefusesWhatTheReadersCannotHold) {
     mapdb::TempDir t;
-    mapdb::SapaSource ok = Sapa(3), longName = ok, comma = ok, longText = ok, crlf = ok,
-                      shortId = ok;
-    longName.name = std::string(33, 'N'), comma.name = "A,B", longText.text = std::string(48, 'T');
-    crlf.text = "A\r\nB", shortId.id = "SA1";
-    mapdb::SapaSource wide = ok, wide6 = ok;
-    wide.values[4] = 0x10000, wide6.value6 = 0x1000000;
-    const std::pair<std::vector<mapdb::SapaSource>, const char*> cases[] = {
-        {{longName}, "name"}, {{comma}, "name"}, {{longText}, "text"}, {{crlf}, "text"},
-        {{shortId}, "id"},    {{ok, ok}, "id"},  {{wide}, "value 5"},  {{wide6}, "value 6"}};
+    mapdb::SapaSource name = Sapa(3), text = name, wide = name;
+    name.name = std::string(33, 'N'), text.text = "A\r\nB", wide.values[4] = 0x10000;
+    const std::pair<std::vector<mapdb::SapaSource>, std::string> cases[] = {
+        {{name}, "name"}, {{text}, "text"}, {{wide}, "value 5"}, {{wide, Sapa(3)}, "id"}};
     for (const auto& [records, field] : cases)
-        EXPECT_THAT(
-            [&] { mapdb::WriteSapaInfo(t.path(), records); },
-            testing::ThrowsMessage<mapdb::Error>(testing::HasSubstr(std::string("): ") + field)));
+        EXPECT_THAT([&] { mapdb::WriteSapaInfo(t.path(), records); },
+                    testing::ThrowsMessage<mapdb::Error>(testing::HasSubstr("): " + field)));
     for (const std::vector<mapdb::ParkingPair>& pairs :
          {std::vector<mapdb::ParkingPair>{{1, 2}, {1, 2}}, {{1, 2}, {0x80000001, 2}}})
         EXPECT_THROW(mapdb::WriteParking(t.path(), pairs), mapdb::Error);
