@@ -86,7 +86,10 @@ unsigned long SAPAInfo::GetInfoData(CSAPAData* out, unsigned long offset, unsign
     const unsigned char* end = p + got;
 
     out->byKind = p[0];
-    for (int i = 0; i < 5; ++i) out->dwValue[i] = bytes::ReadU16LE(p + 1 + 2 * i);
+    // Deliberately the low half only: the caller clears the record, and a host that does not
+    // sees its own high halves kept.
+    for (int i = 0; i < 5; ++i)
+        out->dwValue[i] = (out->dwValue[i] & 0xFFFF0000u) | bytes::ReadU16LE(p + 1 + 2 * i);
     out->dwFlag = bytes::ReadU32LE(p + 11);
     out->dwValue6 = bytes::ReadU24LE(p + 15);
     for (size_t i = 0; i < sizeof(kFacilityBits); ++i)
