@@ -17,7 +17,7 @@ public:
     uint32_t dwFlag;         // raw facility flags, record bytes 11-14
     char szName[32];         // Shift_JIS, not terminated when all 32 bytes are used
     char szText[48];         // second text, Shift_JIS
-    uint32_t dwValue[5];     // record bytes 1-2, 3-4, 5-6, 7-8, 9-10
+    uint32_t dwValue[5];     // low halves: record bytes 1-2, 3-4, 5-6, 7-8, 9-10
     uint8_t byKind;          // record byte 0
     uint32_t dwValue6;       // record bytes 15-17
     uint8_t blFacility[23];  // flag bits 0, 3-13, 15-21, 23-24, 30, 31 in this order
