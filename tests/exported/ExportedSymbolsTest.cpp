@@ -24,15 +24,26 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
     const std::string symbols = DynamicSymbols();
     ASSERT_NE(std::string::npos, symbols.find("CFileIO::LoadFile(int*")) << symbols.substr(0, 500);
     for (const char* present :
-         {"CCommonProc::SetPath(char const*)", "CPackFolderIO::OpenPackFile(char*)",
-          "CMarlinDataProc::Decode(void*, void*, unsigned long)", "LzmaRamDecompress",
-          "LzmaRamGetUncompressedSize", "CStringConvProc::SjisToUtf8(unsigned short)",
-          "CRangeCoderProc::InitRangeCoder()", "g_tcharPath", "g_blEnableDB", "g_stConvTbl",
+         {"CCommonProc::SetPath(char const*)",
+          "CPackFolderIO::OpenPackFile(char*)",
+          "CMarlinDataProc::Decode(void*, void*, unsigned long)",
+          "LzmaRamDecompress",
+          "LzmaRamGetUncompressedSize",
+          "CStringConvProc::SjisToUtf8(unsigned short)",
+          "CRangeCoderProc::InitRangeCoder()",
+          "g_tcharPath",
+          "g_blEnableDB",
+          "g_stConvTbl",
           "CSearchPhoneProc::SearchPhoneProc(unsigned long*, unsigned long*, unsigned char*)",
-          "CIconID::QSort(int, int)", "CSearchZipcodeProc::GetData(CLocationData*, unsigned char*)",
+          "CIconID::QSort(int, int)",
+          "CSearchZipcodeProc::GetData(CLocationData*, unsigned char*)",
           "CSearchVicinityPrefDataProc::GetListByiPCID(PREF_DATA*, unsigned long)",
           "CAddressData::SetData(unsigned char*, unsigned long)",
-          "CConvAddressProc::ConvAddressProc(unsigned long, unsigned long, unsigned long)"}) {
+          "CConvAddressProc::ConvAddressProc(unsigned long, unsigned long, unsigned long)",
+          "SAPAInfo::GetSAPAData(CSAPAData*, char const*)",
+          "CSearchAlliedParkingProc::GetList(CLocationData*, unsigned long, unsigned long)",
+          "CSearchIntroProc::GetOpenTimeUni(char*)",
+          "CSearchAddFunctionProc::GetData(unsigned long*, unsigned long)"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
     for (const char* absent :
