@@ -2,8 +2,8 @@
 // byte as a decimal number of its bits.
 #include "auxdata/SearchAddFunctionProc.h"
 
+#include "auxdata/FacilityTable.h"
 #include "foundation/Bytes.h"
-#include "foundation/IndexSearch.h"
 #include "foundation/TableFile.h"
 #include "search/AttrFlags.h"
 
@@ -32,17 +32,11 @@ unsigned long CSearchAddFunctionProc::GetData(unsigned long* out, unsigned long 
         ClosePackFolder();
         return 0;
     }
-    const uint32_t key = static_cast<uint32_t>(id);
     unsigned char record[kRecordSize];
-    const index_search::Result r = index_search::Find(n, [&](uint64_t i) {
-        if (ReadPackEntries(i, 1, kRecordSize, record) != kRecordSize) {
-            return index_search::Probe::kUnreadable;
-        }
-        // Deliberately a signed 32-bit difference, as in the introduction index: the data keeps
-        // its ids less than 2^31 apart.
-        const int32_t diff = static_cast<int32_t>(key - bytes::ReadU32LE(record));
-        return index_search::FromCompare(diff < 0 ? -1 : diff > 0 ? 1 : 0);
-    });
+    const index_search::Result r =
+        facility_table::Find(n, id, record, [&](uint64_t i, unsigned char* rec) {
+            return ReadPackEntries(i, 1, kRecordSize, rec) == kRecordSize;
+        });
     if (r.found) {
         m_dwAttr = attr_flags::Decimal(record[4]);
         if (out != nullptr) *out = m_dwAttr;

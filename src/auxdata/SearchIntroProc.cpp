@@ -4,9 +4,9 @@
 
 #include <cstring>
 
+#include "auxdata/FacilityTable.h"
 #include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
-#include "foundation/IndexSearch.h"
 #include "foundation/TableFile.h"
 
 namespace {
@@ -92,17 +92,11 @@ unsigned long CSearchIntroProc::LoadIndex(int* offset, int* size, unsigned long 
         ClosePackFolder();
         return 0;
     }
-    const uint32_t key = static_cast<uint32_t>(id);
     unsigned char record[kRecordSize];
-    const index_search::Result r = index_search::Find(n, [&](uint64_t i) {
-        if (ReadPackEntries(i, 1, kRecordSize, record) != kRecordSize) {
-            return index_search::Probe::kUnreadable;
-        }
-        // Deliberately a signed 32-bit difference: ids more than 2^31 apart compare the wrong
-        // way, and the data keeps its ids within that range.
-        const int32_t diff = static_cast<int32_t>(key - bytes::ReadU32LE(record));
-        return index_search::FromCompare(diff < 0 ? -1 : diff > 0 ? 1 : 0);
-    });
+    const index_search::Result r =
+        facility_table::Find(n, id, record, [&](uint64_t i, unsigned char* rec) {
+            return ReadPackEntries(i, 1, kRecordSize, rec) == kRecordSize;
+        });
     if (!r.found) {
         ClosePackFolder();
         *offset = -1;
