@@ -9,13 +9,19 @@
 #include <string>
 #include <vector>
 
+#include "AddInfoWriter.h"
+#include "AddressWriter.h"
 #include "BaseWriter.h"
 #include "ByteWriter.h"
 #include "GenreWriter.h"
+#include "HomePhoneWriter.h"
 #include "KanaWriter.h"
+#include "SapaWriter.h"
 #include "SearchProc.h"
+#include "TelephoneWriter.h"
 #include "TempDir.h"
 #include "VicinityWriter.h"
+#include "ZipcodeWriter.h"
 
 namespace {
 
@@ -25,6 +31,8 @@ constexpr uint32_t kLat = 128452320;
 struct Database {
     mapdb::TempDir dir;
     std::vector<uint32_t> ids;
+
+    void WriteDirectories(const std::vector<mapdb::PoiSource>& pois);
 
     Database() {
         static const char* kana[] = {"ア", "イ", "ウ", "カ", "ガ", "キ", "サ", "ー", "ン"};
@@ -54,9 +62,45 @@ struct Database {
         mapdb::WriteGenre(dir.path(), genres);
         mapdb::WriteKana(dir.path(), pois, base);
         mapdb::WriteVicinity(dir.path(), mapdb::VicinityFromBase(pois, ids));
+        WriteDirectories(pois);
         CCommonProc::SetPath(dir.path().c_str());
     }
 };
+
+void Database::WriteDirectories(const std::vector<mapdb::PoiSource>& pois) {
+    const std::string root = dir.path();
+    std::vector<mapdb::TelephoneEntry> tel;
+    std::vector<mapdb::HomePhoneEntry> homes;
+    std::vector<mapdb::ParkingPair> parking;
+    std::vector<mapdb::IntroSource> intros;
+    std::vector<mapdb::AddFunctionSource> attributes;
+    for (uint32_t i = 0; i < pois.size(); ++i) {
+        const std::string number = "0" + std::to_string(pois[i].tel - i % 3);
+        tel.push_back({number, ids[i]});
+        homes.push_back({number, i % 2 ? "あい" : "か", "家" + std::to_string(i), kLon, kLat, 1});
+        parking.push_back({ids[i - i % 4], ids[i]});
+        intros.push_back({ids[i], "9:00~18:00", i % 5 ? "" : "月"});
+        attributes.push_back({ids[i], static_cast<uint8_t>(i)});
+    }
+    mapdb::WriteTelephone(root, tel);
+    mapdb::WritePhonePoint(root, {{"031234", kLon, kLat}, {"031235", kLon, kLat}});
+    mapdb::WriteGenreData(root, {{"a", 0, 0, 0, 1}, {"b", 1, 1, 1, 2}, {"c", 2, 2, 2, 3}});
+    mapdb::WriteHomePhone(root, homes, homes);
+    mapdb::WriteParking(root, parking);
+    mapdb::WriteAddInfo(root, intros, attributes);
+    mapdb::AddressItem pref{"東京都", "とうきょうと", kLon, kLat, 13, {}};
+    for (uint32_t c = 0; c < 700; ++c) {
+        mapdb::AddressItem city{"市" + std::to_string(c), "し", kLon, kLat + c, 0, {}};
+        for (uint32_t b = 0; b < c % 4; ++b)
+            city.children.push_back({std::to_string(b + 1), "", kLon, kLat, 0, {}});
+        pref.children.push_back(city);
+    }
+    mapdb::WriteAddress(root, {pref, {"大阪府", "おおさかふ", kLon, kLat, 27, {}}});
+    std::vector<mapdb::ZipcodeSource> zips;
+    for (uint32_t z = 0; z < 500; ++z)
+        zips.push_back({std::to_string(1000000 + z * 37), kLon, kLat});
+    mapdb::WriteZipcode(root, zips, {{"1500001", kLon, kLat}});
+}
 
 Database& Db() {
     static Database db;
@@ -157,7 +201,8 @@ void Kana(FuzzedDataProvider& in) {
     kana.GetRefinedTotal(255, 255, 255, 255);
     kana.GetList(out, in.ConsumeIntegralInRange(0, 50), 8);
     kana.GetRefinedSortTotal(255, in.ConsumeBool() ? 255 : 1, 255);
-    kana.DistanceSortList(in.ConsumeIntegralInRange(0, 100), static_cast<int>(kLat / 10 * 256 / 100),
+    kana.DistanceSortList(in.ConsumeIntegralInRange(0, 100),
+                          static_cast<int>(kLat / 10 * 256 / 100),
                           static_cast<int>(kLon / 10 * 256 / 100));
     kana.GetSortList(out, in.ConsumeIntegralInRange(0, 50), 8);
     unsigned long mask = 0;
@@ -165,8 +210,7 @@ void Kana(FuzzedDataProvider& in) {
 }
 
 void Vicinity(FuzzedDataProvider& in) {
-    DamagedFiles files({in.ConsumeBool() ? "VICINITY/VICINITY.IDX" : "VICINITY/VICINITY.DAT"},
-                       in);
+    DamagedFiles files({in.ConsumeBool() ? "VICINITY/VICINITY.IDX" : "VICINITY/VICINITY.DAT"}, in);
     CVicinityProc vicinity;
     unsigned long count = 0;
     const unsigned long lat = kLat + in.ConsumeIntegralInRange<uint32_t>(0, 200000);
@@ -183,18 +227,112 @@ void Vicinity(FuzzedDataProvider& in) {
     vicinity.IsGenreEnabled(&mask, lat, lon, in.ConsumeBool() ? 255 : 1, 255, 255);
 }
 
+// A typed number: one of the database's, or input digits.
+std::vector<unsigned char> Number(FuzzedDataProvider& in) {
+    std::string digits = in.ConsumeBool()
+                             ? "0" + std::to_string(312340000 + in.ConsumeIntegralInRange(0, 1100))
+                             : in.ConsumeRandomLengthString(14);
+    digits.resize(16, '\0');
+    return std::vector<unsigned char>(digits.begin(), digits.end());
+}
+
+void Phone(FuzzedDataProvider& in) {
+    const char* files[] = {"TELEPHONE/TELEPHONE.DAT",   "TELEPHONE/TELEPHONE.IDX",
+                           "HOMEPHONE/HOMEPHONE.DAT",   "HOMEPHONE/HOMEPHONE.IDX",
+                           "PHONEPOINT/PHONEPOINT.DAT", "GENRE/GENREDATA.DAT"};
+    DamagedFiles damaged({files[in.ConsumeIntegralInRange(0, 5)]}, in);
+    CSearchPhoneProc phone;
+    unsigned long kind = 0;
+    unsigned long count = 0;
+    std::vector<unsigned char> number = Number(in);
+    phone.SearchPhoneProc(&kind, &count, number.data());
+    std::string reading = in.ConsumeRandomLengthString(140);
+    phone.CheckKanaProc(&count, reinterpret_cast<unsigned char*>(&reading[0]));
+    CLocationData out[4];
+    phone.GetList(out, in.ConsumeIntegralInRange(0, 4), 4);
+    number = Number(in);
+    phone.SearchCompanyProc(&count, number.data());
+    phone.CSearchHomePhoneProc::GetList(out, in.ConsumeIntegralInRange(0, 4), 4);
+}
+
+void Address(FuzzedDataProvider& in) {
+    const char* files[] = {"ADDRESS/A/A.DAT", "ADDRESS/A13/A13.DAT", "ADDRESS/A13/A13.IDX"};
+    DamagedFiles damaged({files[in.ConsumeIntegralInRange(0, 2)]}, in);
+    CSearchAddressProc address;
+    unsigned long count = 0;
+    address.InitProc(&count);
+    CLocationData out[8];
+    for (int step = 0; step < 6; ++step) {
+        switch (in.ConsumeIntegralInRange(0, 3)) {
+            case 0:
+                address.SearchNextProc(&count, in.ConsumeIntegralInRange(0, 720));
+                break;
+            case 1:
+                address.SearchNumberProc(&count, in.ConsumeIntegralInRange(0, 5));
+                break;
+            case 2: {
+                unsigned long position = 0;
+                address.BackToPrevProc(&count, &position);
+                break;
+            }
+            default:
+                address.GetList(out, in.ConsumeIntegralInRange(0, 720), 8, 255, 255, 255);
+        }
+    }
+    unsigned char text[4096];
+    address.GetCurrentAddress(text);
+}
+
+void Details(FuzzedDataProvider& in) {
+    const char* files[] = {"ZIPCODE/Z.DAT", "ADDINFO/ADDINFO.DAT", "ADDINFO/ADDINFO.IDX",
+                           "PARKING/TK.DAT"};
+    DamagedFiles damaged({files[in.ConsumeIntegralInRange(0, 3)]}, in);
+    CSearchZipcodeProc zip;
+    CLocationData out[4];
+    zip.GetData(&out[0], in.ConsumeIntegralInRange<unsigned long>(0, 1100000));
+    CSearchIntroProc intro;
+    intro.SearchProc(Id(in));
+    unsigned char text[2 * 768 + 2];
+    intro.GetOpenTime(text);
+    CSearchAddFunctionProc attributes;
+    unsigned long value = 0;
+    attributes.GetData(&value, Id(in));
+    CSearchAlliedParkingProc parking;
+    unsigned long count = 0;
+    parking.SearchProc(&count, Id(in));
+    parking.GetList(out, in.ConsumeIntegralInRange(0, 4), 4);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Db();
     FuzzedDataProvider in(data, size);
-    switch (in.ConsumeIntegralInRange(0, 5)) {
-        case 0: Base(in); break;
-        case 1: Arrival(in); break;
-        case 2: Genre(in); break;
-        case 3: Kana(in); break;
-        case 4: Vicinity(in); break;
-        default: Base(in); break;
+    switch (in.ConsumeIntegralInRange(0, 7)) {
+        case 0:
+            Base(in);
+            break;
+        case 1:
+            Arrival(in);
+            break;
+        case 2:
+            Genre(in);
+            break;
+        case 3:
+            Kana(in);
+            break;
+        case 4:
+            Vicinity(in);
+            break;
+        case 5:
+            Phone(in);
+            break;
+        case 6:
+            Address(in);
+            break;
+        default:
+            Details(in);
+            break;
     }
     return 0;
 }
