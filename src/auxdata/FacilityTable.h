@@ -7,9 +7,23 @@
 #include <cstdint>
 
 #include "foundation/Bytes.h"
+#include "foundation/CommonProc.h"
 #include "foundation/IndexSearch.h"
+#include "foundation/TableFile.h"
 
 namespace facility_table {
+
+// Opens the "ADDINFO" pack folder (database path, then SD) and selects its table `name`: the
+// number of whole records of `recordSize`, the folder left open; 0, the folder closed, when the
+// database is switched off or the table is missing or empty.
+inline uint64_t Open(CCommonProc* proc, char* name, uint64_t recordSize) {
+    static char folder[] = "ADDINFO";
+    if (!CCommonProc::IsDBEnabled() || !proc->OpenDataFolder(folder)) return 0;
+    const uint64_t n =
+        proc->OpenPackFile(name) ? table::EntryCount(proc->GetPackFileSize(), recordSize) : 0;
+    if (n == 0) proc->ClosePackFolder();
+    return n;
+}
 
 // Searches n records; `read(i, record)` reads record i and says whether it came back whole.
 // On a hit `record` holds the record found (the result's index).

@@ -9,7 +9,6 @@
 
 namespace {
 
-char kFolder[] = "ADDINFO";
 char kFileName[] = "AF.dat";
 constexpr uint64_t kRecordSize = 5;  // u32 facility id, u8 attribute bits
 
@@ -22,16 +21,8 @@ CSearchAddFunctionProc::~CSearchAddFunctionProc() {}
 unsigned long CSearchAddFunctionProc::GetData(unsigned long* out, unsigned long id) {
     m_blCancel = false;
     m_byState = 0;
-    if (!IsDBEnabled() || !OpenDataFolder(kFolder)) return 0;
-    if (!OpenPackFile(kFileName)) {
-        ClosePackFolder();
-        return 0;
-    }
-    const uint64_t n = table::EntryCount(GetPackFileSize(), kRecordSize);
-    if (n == 0) {
-        ClosePackFolder();
-        return 0;
-    }
+    const uint64_t n = facility_table::Open(this, kFileName, kRecordSize);
+    if (n == 0) return 0;
     unsigned char record[kRecordSize];
     const index_search::Result r =
         facility_table::Find(n, id, record, [&](uint64_t i, unsigned char* rec) {

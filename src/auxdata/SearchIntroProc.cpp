@@ -11,7 +11,6 @@
 
 namespace {
 
-char kFolder[] = "ADDINFO";
 char kIndexName[] = "I.idx";
 char kDataName[] = "I.dat";
 constexpr uint64_t kRecordSize = 7;  // u32 facility id, u24 offset in "I.dat"
@@ -56,6 +55,17 @@ void WaveDashes(unsigned char* out, const unsigned char* text) {
     *out = 0;
 }
 
+// A text's wave-dash form converted to UTF-8 into out; the converted length, or 0 with an empty
+// string when the conversion fails.
+unsigned long Utf8Form(CStringConvProc* conv, char* out, const unsigned char* text) {
+    if (out == nullptr) return 0;
+    unsigned char sjis[kOutSize];
+    WaveDashes(sjis, text);
+    const unsigned long n = conv->SjisToUtf8(reinterpret_cast<unsigned char*>(out), sjis, 0);
+    if (n == 0) out[0] = 0;
+    return n;
+}
+
 }  // namespace
 
 CSearchIntroProc::CSearchIntroProc() : m_byState(0) {
@@ -80,18 +90,10 @@ unsigned long CSearchIntroProc::SearchProc(unsigned long id) {
 
 unsigned long CSearchIntroProc::LoadIndex(int* offset, int* size, unsigned long id) {
     if (offset == nullptr || size == nullptr) return 0;
-    if (!IsDBEnabled() || !OpenDataFolder(kFolder)) return 0;
-    if (!OpenPackFile(kIndexName)) {
-        ClosePackFolder();
-        return 0;
-    }
-    const uint64_t n = table::EntryCount(GetPackFileSize(), kRecordSize);
-    if (n == 0) {
-        // Closed here as well: the data set is read-only, so every later search of this object
-        // fails the same way, and no descriptor is left behind.
-        ClosePackFolder();
-        return 0;
-    }
+    // An empty index closes the folder as well: the data set is read-only, so every later
+    // search of this object fails the same way, and no descriptor is left behind.
+    const uint64_t n = facility_table::Open(this, kIndexName, kRecordSize);
+    if (n == 0) return 0;
     unsigned char record[kRecordSize];
     const index_search::Result r =
         facility_table::Find(n, id, record, [&](uint64_t i, unsigned char* rec) {
@@ -166,19 +168,9 @@ unsigned long CSearchIntroProc::GetCloseDay(unsigned char* out) {
 }
 
 unsigned long CSearchIntroProc::GetOpenTimeUni(char* out) {
-    if (out == nullptr) return 0;
-    unsigned char sjis[kOutSize];
-    WaveDashes(sjis, m_szOpenTime);
-    const unsigned long n = SjisToUtf8(reinterpret_cast<unsigned char*>(out), sjis, 0);
-    if (n == 0) out[0] = 0;
-    return n;
+    return Utf8Form(this, out, m_szOpenTime);
 }
 
 unsigned long CSearchIntroProc::GetCloseDayUni(char* out) {
-    if (out == nullptr) return 0;
-    unsigned char sjis[kOutSize];
-    WaveDashes(sjis, m_szCloseDay);
-    const unsigned long n = SjisToUtf8(reinterpret_cast<unsigned char*>(out), sjis, 0);
-    if (n == 0) out[0] = 0;
-    return n;
+    return Utf8Form(this, out, m_szCloseDay);
 }
