@@ -37,5 +37,9 @@
 // Auxiliary data
 #include "auxdata/SearchAddFunctionProc.h"
 #include "auxdata/SearchIntroProc.h"
+#include "auxdata/SearchRoadNameProc.h"
+#include "auxdata/SearchRoadNumberProc.h"
+#include "auxdata/SearchStringProc.h"
+#include "auxdata/VersionProc.h"
 
 // Guidance imaging

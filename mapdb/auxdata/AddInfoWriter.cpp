@@ -78,6 +78,7 @@ void WriteAddInfo(const std::string& root, const std::vector<IntroSource>& intro
         attrs.U32(functions[i].id), attrs.U8(functions[i].bits);
     }
     PackWriter pack;
+    pack.SetDatHeader(VersionHeader(version));
     pack.Add("I.idx", index.Take());
     pack.Add("I.dat", texts.Take());
     pack.Add("AF.dat", attrs.Take());

@@ -145,6 +145,16 @@ void WriteAddress(const std::string& root, const std::vector<AddressItem>& prefe
     for (const AddressItem& pref : prefectures) {
         if (!pref.children.empty()) WritePrefecture(root, pref, version);
     }
+    // The files the version check of the data set reads: A and A00-A46, .DAT and .IDX, each
+    // holding only the version header.
+    WriteFile(root + "/ADDRESS/A.DAT", VersionHeader(version));
+    WriteFile(root + "/ADDRESS/A.IDX", VersionHeader(version));
+    for (unsigned n = 0; n < kPrefectures; ++n) {
+        char name[32];
+        snprintf(name, sizeof(name), "/ADDRESS/A%02u", n);
+        WriteFile(root + name + ".DAT", VersionHeader(version));
+        WriteFile(root + name + ".IDX", VersionHeader(version));
+    }
 }
 
 void WriteRefine(const std::string& root, const std::vector<RefineSet>& sets,

@@ -25,7 +25,8 @@ struct AddressItem {
     std::vector<AddressItem> children;
 };
 
-// Writes root/ADDRESS. Items of one level of a prefecture are stored breadth first, so a child
+// Writes root/ADDRESS, with the version files "A.DAT", "A.IDX" and "A00"-"A46" ".DAT"/".IDX"
+// beside the pack folders. Items of one level of a prefecture are stored breadth first, so a child
 // list starts wherever its parent's siblings' lists end (usually inside a block). Throws Error
 // naming the item (its path of names) and the field: more than 47 prefectures, a prefecture
 // code outside 1-99 or used twice, an empty name, a name longer than 374 bytes in Shift_JIS

@@ -70,6 +70,8 @@ BaseResult WriteBase(const std::string& root, const std::vector<PoiSource>& pois
         files[first].push_back(i);
     }
 
+    // The first file carries the data set's version, so it is written even when empty.
+    files[0xB1];
     const std::string dir = root + "/BASE";
     MakeDirs(dir);
     for (auto& [fileNo, members] : files) {

@@ -7,6 +7,7 @@
 #include "auxdata/FacilityTable.h"
 #include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
+#include "foundation/Sjis.h"
 #include "foundation/TableFile.h"
 
 namespace {
@@ -27,10 +28,6 @@ void TakeLine(unsigned char* text, const unsigned char* begin, const unsigned ch
     text[n] = 0;
 }
 
-bool IsLeadByte(unsigned char b) {
-    return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
-}
-
 // Writes `text` with each single-byte '~' as 0x81 0x60. The walk copies the terminator; a lead
 // byte takes the next byte as its trail even when that is 0 (the rest of the text is zeros),
 // and the walk never leaves the text.
@@ -49,7 +46,7 @@ void WaveDashes(unsigned char* out, const unsigned char* text) {
             *out++ = 0x60;
         } else {
             *out++ = b;
-            trail = IsLeadByte(b);
+            trail = sjis::IsLeadByte(b);
         }
     }
     *out = 0;

@@ -7,6 +7,7 @@
 
 #include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
+#include "foundation/Sjis.h"
 #include "foundation/TableFile.h"
 #include "search/DistanceSort.h"
 #include "search/GenreFilter.h"
@@ -38,10 +39,6 @@ bool PassesPositionEntry(const unsigned char* e, unsigned long g1, unsigned long
     return genre::Matches(e[4], e[5], e[6], kAny, g1, g2, g3, kAny);
 }
 
-bool SjisLead(unsigned char b) {
-    return (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xFC);
-}
-
 // True when `text` occurs, starting on a character boundary, in one of the NUL-separated
 // strings of the text area.
 bool TextContains(const char* area, const unsigned char* text) {
@@ -51,7 +48,7 @@ bool TextContains(const char* area, const unsigned char* text) {
     while (p < end && *p != 0) {
         const unsigned char* s = p;
         while (p < end && *p != 0) ++p;  // p: the string's end
-        for (const unsigned char* c = s; c + len <= p; c += SjisLead(*c) ? 2 : 1) {
+        for (const unsigned char* c = s; c + len <= p; c += sjis::IsLeadByte(*c) ? 2 : 1) {
             if (memcmp(c, text, len) == 0) return true;
         }
         ++p;

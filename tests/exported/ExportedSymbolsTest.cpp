@@ -43,7 +43,17 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "SAPAInfo::GetSAPAData(CSAPAData*, char const*)",
           "CSearchAlliedParkingProc::GetList(CLocationData*, unsigned long, unsigned long)",
           "CSearchIntroProc::GetOpenTimeUni(char*)",
-          "CSearchAddFunctionProc::GetData(unsigned long*, unsigned long)"}) {
+          "CSearchAddFunctionProc::GetData(unsigned long*, unsigned long)",
+          "CVersionProc::GetVersion(unsigned char*, unsigned long)",
+          "CVersionProc::CheckVersion(unsigned char*, unsigned char*, char*)",
+          "CSearchStringProc::SearchProc(unsigned char**, unsigned char*, unsigned long*, "
+          "unsigned char, unsigned long)",
+          "CSearchStringProc::SearchProc(char*, char*, char*, unsigned char, unsigned long, "
+          "unsigned char, unsigned char, unsigned char)",
+          "CSearchRoadNameProc::SearchProc(unsigned char**, unsigned long*, unsigned char, "
+          "unsigned short, unsigned long)",
+          "CSearchRoadNumberProc::GetRoadNum(unsigned char**, unsigned char, unsigned long, "
+          "unsigned long*)"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
     for (const char* absent :
@@ -52,7 +62,8 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "table::",        "TableFile",       "index_search::", "codec::",
           "alloc::",        "bytes::",         "ReadPackAt",     "ReadPackEntries",
           "poi_page::",     "distance_sort::", "mesh::",         "genre::",
-          "phone_key::",    "attr_flags::",    "LzmaDec_",       "LzmaProps_"}) {
+          "phone_key::",    "attr_flags::",    "LzmaDec_",       "LzmaProps_",
+          "platform::",     "sjis::"}) {
         EXPECT_EQ(std::string::npos, symbols.find(absent)) << absent;
     }
 }
