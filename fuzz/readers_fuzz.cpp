@@ -18,6 +18,7 @@
 #include "KanaWriter.h"
 #include "SapaWriter.h"
 #include "SearchProc.h"
+#include "StringWriter.h"
 #include "TelephoneWriter.h"
 #include "TempDir.h"
 #include "VicinityWriter.h"
@@ -100,6 +101,13 @@ void Database::WriteDirectories(const std::vector<mapdb::PoiSource>& pois) {
     for (uint32_t z = 0; z < 500; ++z)
         zips.push_back({std::to_string(1000000 + z * 37), kLon, kLat});
     mapdb::WriteZipcode(root, zips, {{"1500001", kLon, kLat}});
+    std::vector<mapdb::GuidanceString> strings;
+    for (uint32_t n = 1; n <= 300; n += 1 + n % 3) {
+        strings.push_back({n, "出口" + std::to_string(n) + (n % 2 ? "｜東京｜千葉" : ""), n, 0});
+    }
+    mapdb::WriteStringDb(root, 1, strings, mapdb::StringEncoding::kUtf8);
+    mapdb::WriteStringDb(root, 2, strings, mapdb::StringEncoding::kShiftJis);
+    mapdb::WriteVersionOnlySets(root);
 }
 
 Database& Db() {
@@ -303,12 +311,40 @@ void Details(FuzzedDataProvider& in) {
     parking.GetList(out, in.ConsumeIntegralInRange(0, 4), 4);
 }
 
+void StringsAndVersions(FuzzedDataProvider& in) {
+    const char* files[] = {"STRINGDB/GDESTR01.IDX", "STRINGDB/GDESTR01.DAT",
+                           "STRINGDB/GDESTR02.IDX", "STRINGDB/GDESTR02.DAT", "BASE/B177.IDX",
+                           "ADDRESS/A.DAT"};
+    DamagedFiles damaged({files[in.ConsumeIntegralInRange(0, 5)]}, in);
+    CSearchStringProc strings;
+    const unsigned char selector = in.ConsumeIntegralInRange(1, 2);
+    unsigned char* text = nullptr;
+    unsigned char encoding = 0;
+    unsigned long extra = 0;
+    strings.SearchProc(&text, &encoding, &extra, selector, in.ConsumeIntegralInRange(0, 310));
+    delete[] text;
+    text = nullptr;
+    unsigned long length = in.ConsumeIntegralInRange(0, 100000);
+    strings.GetString(&text, selector, in.ConsumeIntegralInRange(0, 5000), &length);
+    delete[] text;
+    unsigned char sjis[CSearchStringProc::kSjisSize];
+    char a[CSearchStringProc::kUtf8Size], b[CSearchStringProc::kUtf8Size],
+        c[CSearchStringProc::kUtf8Size];
+    const unsigned long number = in.ConsumeIntegralInRange(0, 310);
+    strings.SearchProc(sjis, selector, number, in.ConsumeIntegral<uint8_t>());
+    strings.SearchProc(a, &extra, selector, number, in.ConsumeIntegral<uint8_t>());
+    strings.SearchProc(a, b, c, selector, number, 0, 0, 0);
+    CVersionProc versions;
+    char version[CVersionProc::kUtf8Size];
+    versions.GetVersionUni(version, in.ConsumeIntegralInRange<unsigned long>(0, 28));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Db();
     FuzzedDataProvider in(data, size);
-    switch (in.ConsumeIntegralInRange(0, 7)) {
+    switch (in.ConsumeIntegralInRange(0, 8)) {
         case 0:
             Base(in);
             break;
@@ -330,8 +366,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         case 6:
             Address(in);
             break;
-        default:
+        case 7:
             Details(in);
+            break;
+        default:
+            StringsAndVersions(in);
             break;
     }
     return 0;
