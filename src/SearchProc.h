@@ -43,3 +43,4 @@
 #include "auxdata/VersionProc.h"
 
 // Guidance imaging
+#include "imaging/ParseStringsProc.h"
