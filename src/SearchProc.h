@@ -39,3 +39,5 @@
 #include "auxdata/SearchIntroProc.h"
 
 // Guidance imaging
+#include "imaging/AUIFontDataCtrl.h"
+#include "imaging/StrBlit.h"

@@ -43,7 +43,15 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "SAPAInfo::GetSAPAData(CSAPAData*, char const*)",
           "CSearchAlliedParkingProc::GetList(CLocationData*, unsigned long, unsigned long)",
           "CSearchIntroProc::GetOpenTimeUni(char*)",
-          "CSearchAddFunctionProc::GetData(unsigned long*, unsigned long)"}) {
+          "CSearchAddFunctionProc::GetData(unsigned long*, unsigned long)",
+          "AUIFontDataCtrl::init(char const*, NDB_OLFA_FONT_CASH_INFO const*)",
+          "AUIFontDataCtrl::drawStringOnImage(unsigned short*, unsigned short*, unsigned char*, "
+          "VELADRAWIMAGESTRINGS*)",
+          "AUIFontDataCtrl::getStringRect(unsigned short*, tagRECT&)",
+          "CStrBlit::StrBlit4GScale(unsigned char*, unsigned long, unsigned long, unsigned char*, "
+          "unsigned long, unsigned long, unsigned long, unsigned long, unsigned short, "
+          "NDB_STRING_MIDCOLOR)",
+          "gpNDBFontData"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
     for (const char* absent :
@@ -52,7 +60,8 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "table::",        "TableFile",       "index_search::", "codec::",
           "alloc::",        "bytes::",         "ReadPackAt",     "ReadPackEntries",
           "poi_page::",     "distance_sort::", "mesh::",         "genre::",
-          "phone_key::",    "attr_flags::",    "LzmaDec_",       "LzmaProps_"}) {
+          "phone_key::",    "attr_flags::",    "LzmaDec_",       "LzmaProps_",
+          "FaInitialize",   "AUIFontDataCtrl::Request",          "AUIFontDataCtrl::FreeFonts"}) {
         EXPECT_EQ(std::string::npos, symbols.find(absent)) << absent;
     }
 }
