@@ -43,6 +43,8 @@ TEST_F(FontDataCtrl, FontFileIsReadOncePerProcess) {
     mapdb::TempDir none, empty;
     mapdb::MakeDirs(empty / "FONTAVENUE/OLF");
     mapdb::WriteFile(empty / font_file::kRelativePath, {});
+    EXPECT_THROW(mapdb::WriteFont(none.path(), none / "no.ttf"), mapdb::Error);
+    EXPECT_THROW(mapdb::WriteFont(none.path(), empty / font_file::kRelativePath), mapdb::Error);
     const Lines failed = {
         "4OLF AUIFontDataCtrl:loadFonts() Error ReadFileAndMemcpy!\n",
         "4OLF AUIFontDataCtrl:initialDriver() Error FaInitialize( Ret:0x00000003 )\n",
