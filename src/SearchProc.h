@@ -43,4 +43,6 @@
 #include "auxdata/VersionProc.h"
 
 // Guidance imaging
+#include "imaging/AUIFontDataCtrl.h"
+#include "imaging/StrBlit.h"
 #include "imaging/ParseStringsProc.h"

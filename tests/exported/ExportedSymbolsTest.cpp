@@ -55,7 +55,15 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "CSearchRoadNumberProc::GetRoadNum(unsigned char**, unsigned char, unsigned long, "
           "unsigned long*)",
           "CParseStringsProc::SplitText(unsigned char**, unsigned char**, unsigned char*, "
-          "unsigned char)"}) {
+          "unsigned char)",
+          "AUIFontDataCtrl::init(char const*, NDB_OLFA_FONT_CASH_INFO const*)",
+          "AUIFontDataCtrl::drawStringOnImage(unsigned short*, unsigned short*, unsigned char*, "
+          "VELADRAWIMAGESTRINGS*)",
+          "AUIFontDataCtrl::getStringRect(unsigned short*, tagRECT&)",
+          "CStrBlit::StrBlit4GScale(unsigned char*, unsigned long, unsigned long, unsigned char*, "
+          "unsigned long, unsigned long, unsigned long, unsigned long, unsigned short, "
+          "NDB_STRING_MIDCOLOR)",
+          "gpNDBFontData"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
     for (const char* absent :
@@ -65,7 +73,8 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "alloc::",        "bytes::",         "ReadPackAt",     "ReadPackEntries",
           "poi_page::",     "distance_sort::", "mesh::",         "genre::",
           "phone_key::",    "attr_flags::",    "LzmaDec_",       "LzmaProps_",
-          "platform::",     "sjis::"}) {
+          "platform::",     "sjis::",
+          "FaInitialize",   "AUIFontDataCtrl::Request",          "AUIFontDataCtrl::FreeFonts"}) {
         EXPECT_EQ(std::string::npos, symbols.find(absent)) << absent;
     }
 }
