@@ -44,5 +44,6 @@
 
 // Guidance imaging
 #include "imaging/AUIFontDataCtrl.h"
-#include "imaging/StrBlit.h"
+#include "imaging/ImageProc.h"
 #include "imaging/ParseStringsProc.h"
+#include "imaging/StrBlit.h"

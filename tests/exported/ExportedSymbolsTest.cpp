@@ -63,7 +63,13 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "CStrBlit::StrBlit4GScale(unsigned char*, unsigned long, unsigned long, unsigned char*, "
           "unsigned long, unsigned long, unsigned long, unsigned long, unsigned short, "
           "NDB_STRING_MIDCOLOR)",
-          "gpNDBFontData"}) {
+          "gpNDBFontData",
+          "g_tagImageGuidanceSettings",
+          "g_dwEnableSettings",
+          "CImageProc::MergeSignDataImage(unsigned short*, unsigned short*, unsigned char*, "
+          "unsigned char*, unsigned char*, unsigned long, unsigned long, unsigned long, bool)",
+          "CImageProc::CheckEntranceTargetDirection(unsigned short*, unsigned short*, "
+          "unsigned char*, unsigned short)"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
     for (const char* absent :
@@ -73,7 +79,7 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "alloc::",        "bytes::",         "ReadPackAt",     "ReadPackEntries",
           "poi_page::",     "distance_sort::", "mesh::",         "genre::",
           "phone_key::",    "attr_flags::",    "LzmaDec_",       "LzmaProps_",
-          "platform::",     "sjis::",
+          "platform::",     "sjis::",          "SettingsDir",
           "FaInitialize",   "AUIFontDataCtrl::Request",          "AUIFontDataCtrl::FreeFonts"}) {
         EXPECT_EQ(std::string::npos, symbols.find(absent)) << absent;
     }
