@@ -39,3 +39,7 @@
 #include "auxdata/SearchIntroProc.h"
 
 // Guidance imaging
+#include "imaging/ImageConvProc.h"
+#include "imaging/ImageData.h"
+#include "imaging/ImageFileIO.h"
+#include "imaging/SearchImageProc.h"

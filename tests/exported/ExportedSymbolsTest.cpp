@@ -43,7 +43,17 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "SAPAInfo::GetSAPAData(CSAPAData*, char const*)",
           "CSearchAlliedParkingProc::GetList(CLocationData*, unsigned long, unsigned long)",
           "CSearchIntroProc::GetOpenTimeUni(char*)",
-          "CSearchAddFunctionProc::GetData(unsigned long*, unsigned long)"}) {
+          "CSearchAddFunctionProc::GetData(unsigned long*, unsigned long)",
+          "CSearchLBranchImageProc::SearchProc(char*, unsigned long*, unsigned long*)",
+          "CSearchLEntranceImageProc::LoadIndex(char*, unsigned long*, unsigned long*)",
+          "CSearchSAPAMapImageProc::SearchProc(char*, unsigned long*, unsigned long*)",
+          "CSearchImageProc::~CSearchImageProc()",
+          "CImageConvProc::CalcPitch(unsigned short, unsigned long)",
+          "CImageConvProc::BitmapRGB888to565(unsigned char**, unsigned char*)",
+          "CImageFileIO::ReadSAPAMapBMP(char*, unsigned long*, unsigned long*, unsigned short*, "
+          "unsigned short*, unsigned char*)",
+          "CImageData::GetImageSAPAMap(unsigned char*, unsigned short*, unsigned short*, "
+          "unsigned long)"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
     for (const char* absent :
@@ -52,7 +62,8 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "table::",        "TableFile",       "index_search::", "codec::",
           "alloc::",        "bytes::",         "ReadPackAt",     "ReadPackEntries",
           "poi_page::",     "distance_sort::", "mesh::",         "genre::",
-          "phone_key::",    "attr_flags::",    "LzmaDec_",       "LzmaProps_"}) {
+          "phone_key::",    "attr_flags::",    "LzmaDec_",       "LzmaProps_",
+          "picture::",      "LookUp"}) {
         EXPECT_EQ(std::string::npos, symbols.find(absent)) << absent;
     }
 }
