@@ -12,6 +12,7 @@
 #include "GuidanceWriter.h"
 #include "SearchProc.h"
 #include "TempDir.h"
+#include "imaging/PictureFormat.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ constexpr uint32_t kPictures = 48;
 constexpr unsigned long kSapaKind = 99;  // the SA/PA maps, beside the guidance kinds
 
 uint16_t Rgb(unsigned r, unsigned g, unsigned b) {
-    return static_cast<uint16_t>(((r & 0xF8) << 8) | ((g & 0xFC) << 3) | (b >> 3));
+    return picture::PackRgb565(r, g, b);
 }
 
 // A guidance-like illustration; `variant` moves the road and the arrow.

@@ -19,7 +19,7 @@ namespace mapdb {
 namespace {
 
 constexpr uint32_t kMaxNumber = 999999;  // six digits
-constexpr uint64_t kMaxOffset = UINT32_MAX;
+constexpr uint64_t kMaxImageFile = UINT32_MAX;
 
 std::string Key(uint32_t number) {
     char key[16];
@@ -74,7 +74,8 @@ void WritePictures(const std::string& root, const std::string& folder, const std
         for (uint16_t px : p.pixels) raw.U16(px);
         const Bytes block = EncodeLzmaBlock(raw.bytes());
         const uint64_t offset = images.size() - picture::kHeaderSize;
-        if (offset > kMaxOffset || offset + block.size() > kMaxOffset) {
+        // The whole image file stays below 4 GiB, so that offset + 16 fits 32 bits as well.
+        if (images.size() + block.size() > kMaxImageFile) {
             throw Error(what + "offset: " + stem + ".IMG passes 4 GiB");
         }
         index.Str(Key(number));

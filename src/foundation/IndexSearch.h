@@ -1,7 +1,9 @@
 // The binary search over fixed-size index entries that the data sets share: lo = 0, hi = n, one
 // entry read per probe, the next probe halfway to the bound on the side of the key, and the key
 // absent when the next probe equals the current one or an entry cannot be read. Where a data
-// set's probe rule differs, the rule is a parameter, not a second copy. Internal; not exported.
+// set's probe rule differs, the rule is a parameter, not a second copy; the picture indexes,
+// whose loop tests its bounds after each probe, use the closed-range form FindClosed.
+// Internal; not exported.
 #pragma once
 
 #include <cstdint>
