@@ -44,6 +44,10 @@
 
 // Guidance imaging
 #include "imaging/AUIFontDataCtrl.h"
+#include "imaging/ImageConvProc.h"
+#include "imaging/ImageData.h"
+#include "imaging/ImageFileIO.h"
 #include "imaging/ImageProc.h"
 #include "imaging/ParseStringsProc.h"
+#include "imaging/SearchImageProc.h"
 #include "imaging/StrBlit.h"

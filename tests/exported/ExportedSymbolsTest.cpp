@@ -69,7 +69,17 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "CImageProc::MergeSignDataImage(unsigned short*, unsigned short*, unsigned char*, "
           "unsigned char*, unsigned char*, unsigned long, unsigned long, unsigned long, bool)",
           "CImageProc::CheckEntranceTargetDirection(unsigned short*, unsigned short*, "
-          "unsigned char*, unsigned short)"}) {
+          "unsigned char*, unsigned short)",
+          "CSearchLBranchImageProc::SearchProc(char*, unsigned long*, unsigned long*)",
+          "CSearchLEntranceImageProc::LoadIndex(char*, unsigned long*, unsigned long*)",
+          "CSearchSAPAMapImageProc::SearchProc(char*, unsigned long*, unsigned long*)",
+          "CSearchImageProc::~CSearchImageProc()",
+          "CImageConvProc::CalcPitch(unsigned short, unsigned long)",
+          "CImageConvProc::BitmapRGB888to565(unsigned char**, unsigned char*)",
+          "CImageFileIO::ReadSAPAMapBMP(char*, unsigned long*, unsigned long*, unsigned short*, "
+          "unsigned short*, unsigned char*)",
+          "CImageData::GetImageSAPAMap(unsigned char*, unsigned short*, unsigned short*, "
+          "unsigned long)"}) {
         EXPECT_NE(std::string::npos, symbols.find(present)) << present;
     }
     for (const char* absent :
@@ -80,7 +90,8 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "poi_page::",     "distance_sort::", "mesh::",         "genre::",
           "phone_key::",    "attr_flags::",    "LzmaDec_",       "LzmaProps_",
           "platform::",     "sjis::",          "SettingsDir",
-          "FaInitialize",   "AUIFontDataCtrl::Request",          "AUIFontDataCtrl::FreeFonts"}) {
+          "FaInitialize",   "AUIFontDataCtrl::Request",          "AUIFontDataCtrl::FreeFonts",
+          "picture::",      "LookUp"}) {
         EXPECT_EQ(std::string::npos, symbols.find(absent)) << absent;
     }
 }
