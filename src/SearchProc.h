@@ -50,4 +50,5 @@
 #include "imaging/ImageProc.h"
 #include "imaging/ParseStringsProc.h"
 #include "imaging/SearchImageProc.h"
+#include "imaging/SearchSignData.h"
 #include "imaging/StrBlit.h"

@@ -34,8 +34,7 @@ void WriteStringDb(const std::string& root, uint8_t selector,
         if (s.text.empty() || s.text.find('\0') != std::string::npos) {
             throw Error(what + ": text: empty or holding NUL");
         }
-        const std::string stored =
-            encoding == StringEncoding::kUtf8 ? s.text : Utf8ToSjis(s.text);
+        const std::string stored = encoding == StringEncoding::kUtf8 ? s.text : Utf8ToSjis(s.text);
         if (data.size() + stored.size() > UINT32_MAX) throw Error(what + ": the file passes 4 GiB");
         index.U16(s.attribute), index.U32(s.number - 1), index.U32(s.extra);
         index.U32(static_cast<uint32_t>(data.size()));

@@ -43,7 +43,8 @@ struct Found {
 
 bool Look(CSearchStringProc* proc, unsigned char selector, unsigned long number, Found* found) {
     unsigned char* buf = nullptr;
-    const unsigned long n = proc->SearchProc(&buf, &found->encoding, &found->extra, selector, number);
+    const unsigned long n =
+        proc->SearchProc(&buf, &found->encoding, &found->extra, selector, number);
     if (buf == nullptr) return false;
     if (n != 0) found->text.assign(buf, buf + n);
     delete[] buf;
@@ -60,7 +61,8 @@ size_t Utf8FitPrefix(const unsigned char* s, size_t n, size_t max) {
 // Where the first bar starts in a UTF-8 text, or n.
 size_t FirstUtf8Bar(const unsigned char* s, size_t n) {
     for (size_t i = 0; i + 3 <= n; ++i) {
-        if ((static_cast<unsigned long>(s[i]) << 16 | s[i + 1] << 8 | s[i + 2]) == kBarUtf8) return i;
+        if ((static_cast<unsigned long>(s[i]) << 16 | s[i + 1] << 8 | s[i + 2]) == kBarUtf8)
+            return i;
     }
     return n;
 }
@@ -113,12 +115,12 @@ unsigned long CSearchStringProc::SearchProc(unsigned char** out, unsigned char* 
     unsigned char entries[2 * kEntrySize];
     bool withNext = false;
     const index_search::Result r = index_search::Find(n, [&](uint64_t i) {
-        const long got = io::ReadAt(index.fd(), entries, sizeof(entries),
-                                    table::EntryOffset(i, kEntrySize));
+        const long got =
+            io::ReadAt(index.fd(), entries, sizeof(entries), table::EntryOffset(i, kEntrySize));
         if (got < static_cast<long>(kEntrySize)) return index_search::Probe::kUnreadable;
         withNext = got == static_cast<long>(sizeof(entries));
         const unsigned long stored = bytes::ReadU32LE(entries + 2);
-        return stored == target   ? index_search::Probe::kFound
+        return stored == target  ? index_search::Probe::kFound
                : target > stored ? index_search::Probe::kKeyGreater
                                  : index_search::Probe::kKeyLess;
     });
@@ -160,7 +162,7 @@ unsigned long CSearchStringProc::GetString(unsigned char** out, unsigned char se
     }
     const unsigned long got = CFileIO::LoadFile(&fd, out, offset, want);
     if (got == static_cast<unsigned long>(-1)) {  // a read error, not a length
-        delete[] *out;
+        delete[] * out;
         *out = nullptr;
         return 0;
     }
@@ -195,14 +197,13 @@ unsigned long CSearchStringProc::SearchProc(unsigned char* out, unsigned char se
     return static_cast<unsigned long>(n);
 }
 
-unsigned long CSearchStringProc::SearchProc(char* out, unsigned char selector,
-                                            unsigned long number, unsigned char flag) {
+unsigned long CSearchStringProc::SearchProc(char* out, unsigned char selector, unsigned long number,
+                                            unsigned char flag) {
     return SearchProc(out, nullptr, selector, number, flag);
 }
 
-unsigned long CSearchStringProc::SearchProc(char* out, unsigned long* extra,
-                                            unsigned char selector, unsigned long number,
-                                            unsigned char flag) {
+unsigned long CSearchStringProc::SearchProc(char* out, unsigned long* extra, unsigned char selector,
+                                            unsigned long number, unsigned char flag) {
     Found f;
     if (out == nullptr || !Look(this, selector, number, &f)) return 0;
     if (extra != nullptr) *extra = f.extra;

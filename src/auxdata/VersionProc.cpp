@@ -123,34 +123,62 @@ unsigned long CVersionProc::GetVersion(unsigned char* out, unsigned long kind) {
     if (out == nullptr) return 0;
     memset(out, 0, kVersionSize);
     switch (kind) {
-        case 0: return GetAddressVersion(out);
-        case 1: return GetZipcodeVersion(out);
-        case 2: return GetCompanyZipcodeVersion(out);
-        case 3: return GetConvAddrVersion(out);
-        case 4: return GetBaseVersion(out);
-        case 5: return GetArrivalVersion(out);
-        case 6: return GetAlliedParkingVersion(out);
-        case 7: return GetKanaVersion(out);
-        case 8: return GetTelephoneVersion(out);
-        case 9: return GetHomePhoneVersion(out);
-        case 10: return GetGenreVersion(out);
-        case 11: return GetGenreDataVersion(out);
-        case 12: return GetIntersectionVersion(out);
-        case 13: return GetRefineVersion(out);
-        case 14: return GetVicinityVersion(out);
-        case 15: return GetSapaInfoVersion(out);
-        case 16: return GetSignpostVersion(out);
-        case 17: return GetGuidanceVersion(out);
-        case 18: return GetAdjacentPrefVersion(out);
-        case 19: return GetPhoneRepLocVersion(out);
-        case 20: return GetSAPAIllustVersion(out);
-        case 21: return GetVoiceListVersion(out);
-        case 22: return GetStringDBVersion(out);
-        case 23: return GetPOIAdditionalVersion(out);
-        case 24: return GetStationListVersion(out);
-        case 25: return GetSearchProcEngineVersion0(out);
-        case 26: return GetBaseQuickVersion(out);
-        default: return 0;
+        case 0:
+            return GetAddressVersion(out);
+        case 1:
+            return GetZipcodeVersion(out);
+        case 2:
+            return GetCompanyZipcodeVersion(out);
+        case 3:
+            return GetConvAddrVersion(out);
+        case 4:
+            return GetBaseVersion(out);
+        case 5:
+            return GetArrivalVersion(out);
+        case 6:
+            return GetAlliedParkingVersion(out);
+        case 7:
+            return GetKanaVersion(out);
+        case 8:
+            return GetTelephoneVersion(out);
+        case 9:
+            return GetHomePhoneVersion(out);
+        case 10:
+            return GetGenreVersion(out);
+        case 11:
+            return GetGenreDataVersion(out);
+        case 12:
+            return GetIntersectionVersion(out);
+        case 13:
+            return GetRefineVersion(out);
+        case 14:
+            return GetVicinityVersion(out);
+        case 15:
+            return GetSapaInfoVersion(out);
+        case 16:
+            return GetSignpostVersion(out);
+        case 17:
+            return GetGuidanceVersion(out);
+        case 18:
+            return GetAdjacentPrefVersion(out);
+        case 19:
+            return GetPhoneRepLocVersion(out);
+        case 20:
+            return GetSAPAIllustVersion(out);
+        case 21:
+            return GetVoiceListVersion(out);
+        case 22:
+            return GetStringDBVersion(out);
+        case 23:
+            return GetPOIAdditionalVersion(out);
+        case 24:
+            return GetStationListVersion(out);
+        case 25:
+            return GetSearchProcEngineVersion0(out);
+        case 26:
+            return GetBaseQuickVersion(out);
+        default:
+            return 0;
     }
 }
 

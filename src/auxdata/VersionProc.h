@@ -33,32 +33,32 @@ public:
 
     // One operation per data set (kind in brackets): the number of files checked, 0 when the
     // first file is missing or a file differs. On success out holds the set's version.
-    unsigned long GetAddressVersion(unsigned char* out);          // 0
-    unsigned long GetZipcodeVersion(unsigned char* out);          // 1
-    unsigned long GetCompanyZipcodeVersion(unsigned char* out);   // 2
-    unsigned long GetConvAddrVersion(unsigned char* out);         // 3
-    unsigned long GetBaseVersion(unsigned char* out);             // 4
-    unsigned long GetArrivalVersion(unsigned char* out);          // 5
-    unsigned long GetAlliedParkingVersion(unsigned char* out);    // 6
-    unsigned long GetKanaVersion(unsigned char* out);             // 7
-    unsigned long GetTelephoneVersion(unsigned char* out);        // 8
-    unsigned long GetHomePhoneVersion(unsigned char* out);        // 9
-    unsigned long GetGenreVersion(unsigned char* out);            // 10
-    unsigned long GetGenreDataVersion(unsigned char* out);        // 11
-    unsigned long GetIntersectionVersion(unsigned char* out);     // 12
-    unsigned long GetRefineVersion(unsigned char* out);           // 13
-    unsigned long GetVicinityVersion(unsigned char* out);         // 14
-    unsigned long GetSapaInfoVersion(unsigned char* out);         // 15
-    unsigned long GetSignpostVersion(unsigned char* out);         // 16
-    unsigned long GetGuidanceVersion(unsigned char* out);         // 17
-    unsigned long GetAdjacentPrefVersion(unsigned char* out);     // 18
-    unsigned long GetPhoneRepLocVersion(unsigned char* out);      // 19
-    unsigned long GetSAPAIllustVersion(unsigned char* out);       // 20
-    unsigned long GetVoiceListVersion(unsigned char* out);        // 21
-    unsigned long GetStringDBVersion(unsigned char* out);         // 22
-    unsigned long GetPOIAdditionalVersion(unsigned char* out);    // 23
-    unsigned long GetStationListVersion(unsigned char* out);      // 24
-    unsigned long GetBaseQuickVersion(unsigned char* out);        // 26
+    unsigned long GetAddressVersion(unsigned char* out);         // 0
+    unsigned long GetZipcodeVersion(unsigned char* out);         // 1
+    unsigned long GetCompanyZipcodeVersion(unsigned char* out);  // 2
+    unsigned long GetConvAddrVersion(unsigned char* out);        // 3
+    unsigned long GetBaseVersion(unsigned char* out);            // 4
+    unsigned long GetArrivalVersion(unsigned char* out);         // 5
+    unsigned long GetAlliedParkingVersion(unsigned char* out);   // 6
+    unsigned long GetKanaVersion(unsigned char* out);            // 7
+    unsigned long GetTelephoneVersion(unsigned char* out);       // 8
+    unsigned long GetHomePhoneVersion(unsigned char* out);       // 9
+    unsigned long GetGenreVersion(unsigned char* out);           // 10
+    unsigned long GetGenreDataVersion(unsigned char* out);       // 11
+    unsigned long GetIntersectionVersion(unsigned char* out);    // 12
+    unsigned long GetRefineVersion(unsigned char* out);          // 13
+    unsigned long GetVicinityVersion(unsigned char* out);        // 14
+    unsigned long GetSapaInfoVersion(unsigned char* out);        // 15
+    unsigned long GetSignpostVersion(unsigned char* out);        // 16
+    unsigned long GetGuidanceVersion(unsigned char* out);        // 17
+    unsigned long GetAdjacentPrefVersion(unsigned char* out);    // 18
+    unsigned long GetPhoneRepLocVersion(unsigned char* out);     // 19
+    unsigned long GetSAPAIllustVersion(unsigned char* out);      // 20
+    unsigned long GetVoiceListVersion(unsigned char* out);       // 21
+    unsigned long GetStringDBVersion(unsigned char* out);        // 22
+    unsigned long GetPOIAdditionalVersion(unsigned char* out);   // 23
+    unsigned long GetStationListVersion(unsigned char* out);     // 24
+    unsigned long GetBaseQuickVersion(unsigned char* out);       // 26
 
     // The version of the file at `path` into out (10 bytes cleared first); 1 when anything
     // could be read. With a null out only asks whether the file exists, which is always 1.

@@ -20,8 +20,8 @@ namespace {
 
 char kSettingsFile[] = "DatabaseEngine.ini";
 char kFontFile[] = "FONTAVENUE/OLF/VELA_ARIB_RGUD_V5-10.BIN";
-constexpr size_t kLineBytes = 14;       // an exit or entrance line
-constexpr size_t kSignLineBytes = 12;   // a sign name line
+constexpr size_t kLineBytes = 14;      // an exit or entrance line
+constexpr size_t kSignLineBytes = 12;  // a sign name line
 constexpr size_t kUtf16Bytes = 64;
 constexpr uint32_t kMaxChars = 20;
 constexpr size_t kExitAnchors = offsetof(IMAGE_EXIT_SETTINGS, stAnchor);
@@ -35,7 +35,9 @@ constexpr MidColors kEntranceMid = {3407, 1719, 12968, 23339};
 constexpr uint16_t kHighlightMid1 = 829, kHighlightMid2 = 1438;
 constexpr uint16_t kOtherMid1 = 21309, kOtherMid2 = 44446;
 
-const uint8_t* RecordBytes() { return reinterpret_cast<const uint8_t*>(&g_tagImageGuidanceSettings); }
+const uint8_t* RecordBytes() {
+    return reinterpret_cast<const uint8_t*>(&g_tagImageGuidanceSettings);
+}
 
 // The anchor stored at byte `offset` of the record; false outside it.
 bool AnchorAt(uint64_t offset, IMAGE_POINT* p) {
@@ -139,10 +141,13 @@ unsigned long CImageProc::Init0() {
     g.stSign.dwGap = 10, g.stSign.dwUnused = 240;
     g.stSign.wHighlightColor = 0x07FF, g.stSign.wTextColor = 0xFFFF;
     const IMAGE_POINT three[3] = {{200, 16}, {380, 138}, {20, 138}};
-    const IMAGE_POINT two[4][2] = {
-        {{380, 50}, {20, 138}}, {{20, 50}, {380, 138}}, {{380, 50}, {20, 50}}, {{380, 50}, {20, 50}}};
+    const IMAGE_POINT two[4][2] = {{{380, 50}, {20, 138}},
+                                   {{20, 50}, {380, 138}},
+                                   {{380, 50}, {20, 50}},
+                                   {{380, 50}, {20, 50}}};
     for (int type = 0; type < 3; ++type) memcpy(&g.stSign.stAnchor[3 * type], three, sizeof(three));
-    for (int type = 3; type < 7; ++type) memcpy(&g.stSign.stAnchor[3 * type], two[type - 3], sizeof(two[0]));
+    for (int type = 3; type < 7; ++type)
+        memcpy(&g.stSign.stAnchor[3 * type], two[type - 3], sizeof(two[0]));
     SetExitDefaults(&g.stExit, 15);
     SetExitDefaults(&g.stEntrance, 9);
     return 1;
@@ -206,8 +211,8 @@ unsigned long CImageProc::MergeEntranceDataImage(unsigned short* width, unsigned
 
 // Two lines: the name's first line is drawn on top (the upper line), its second below.
 unsigned long CImageProc::MergeName(unsigned short* width, unsigned short* height,
-                                    unsigned char* pixels, unsigned char* name,
-                                    unsigned short slot, bool entrance) {
+                                    unsigned char* pixels, unsigned char* name, unsigned short slot,
+                                    bool entrance) {
     unsigned char* first = nullptr;
     unsigned char* second = nullptr;
     SplitText(&first, &second, name, 1);
@@ -231,8 +236,7 @@ unsigned long CImageProc::MergeExitDataImageProc(unsigned short* width, unsigned
     return MergeLines(width, height, pixels, line1, line2, twoLines, slot, false);
 }
 
-unsigned long CImageProc::MergeEntranceDataImageProc(unsigned short* width,
-                                                     unsigned short* height,
+unsigned long CImageProc::MergeEntranceDataImageProc(unsigned short* width, unsigned short* height,
                                                      unsigned char* pixels, unsigned char* line1,
                                                      unsigned char* line2, bool twoLines,
                                                      unsigned short slot) {
@@ -278,8 +282,7 @@ unsigned long CImageProc::CheckTargetDirection(unsigned short* width, unsigned s
 
 unsigned long CImageProc::CheckEntranceTargetDirection(unsigned short* width,
                                                        unsigned short* height,
-                                                       unsigned char* pixels,
-                                                       unsigned short slot) {
+                                                       unsigned char* pixels, unsigned short slot) {
     return Brightness(width, height, pixels, slot, true);
 }
 

@@ -20,15 +20,15 @@ struct IMAGE_POINT {
 // The font part that opens every text-style block (64 bytes).
 struct IMAGE_TEXT_STYLE {
     uint32_t dwFontParam1;
-    uint32_t dwStyle;            // not read
-    uint16_t wStyle;             // not read
+    uint32_t dwStyle;  // not read
+    uint16_t wStyle;   // not read
     uint16_t wPad;
     uint32_t dwGlyphWidth;
     uint32_t dwGlyphHeight;
     uint32_t dwFontParam4;
     uint32_t dwZero[6];
-    uint32_t dwFontFlags;        // only bits 20-23 are passed on
-    uint8_t byStyle;             // not read
+    uint32_t dwFontFlags;  // only bits 20-23 are passed on
+    uint8_t byStyle;       // not read
     uint8_t byGreyLevel[3];
     uint8_t byUnused[8];
 };
@@ -37,11 +37,11 @@ static_assert(sizeof(IMAGE_TEXT_STYLE) == 64, "text style block");
 // Block S: sign-post names (160 bytes).
 struct IMAGE_SIGN_SETTINGS {
     IMAGE_TEXT_STYLE stStyle;
-    uint32_t dwGap;              // between the two names of a two-name slot
+    uint32_t dwGap;  // between the two names of a two-name slot
     uint32_t dwUnused;
-    uint16_t wHighlightColor;    // the name in the arrow's direction
-    uint16_t wTextColor;         // the other names
-    IMAGE_POINT stAnchor[21];    // (sign type - 1) * 3 + name index
+    uint16_t wHighlightColor;  // the name in the arrow's direction
+    uint16_t wTextColor;       // the other names
+    IMAGE_POINT stAnchor[21];  // (sign type - 1) * 3 + name index
 };
 static_assert(sizeof(IMAGE_SIGN_SETTINGS) == 160, "sign block");
 
@@ -49,9 +49,9 @@ static_assert(sizeof(IMAGE_SIGN_SETTINGS) == 160, "sign block");
 struct IMAGE_EXIT_SETTINGS {
     IMAGE_TEXT_STYLE stStyle;
     uint32_t dwUnused[4];
-    uint32_t dwLowerBound;       // brightness bounds, both exclusive
+    uint32_t dwLowerBound;  // brightness bounds, both exclusive
     uint32_t dwUpperBound;
-    uint16_t wColorInside;       // text colour when the brightness lies between the bounds
+    uint16_t wColorInside;  // text colour when the brightness lies between the bounds
     uint16_t wColorOutside;
     IMAGE_POINT stAnchor[2][3];  // per slot: one line, lower line, upper line
 };
@@ -100,8 +100,7 @@ public:
     // upper line. 0 when the renderer cannot start or a line cannot be measured.
     unsigned long MergeExitDataImageProc(unsigned short* width, unsigned short* height,
                                          unsigned char* pixels, unsigned char* line1,
-                                         unsigned char* line2, bool twoLines,
-                                         unsigned short slot);
+                                         unsigned char* line2, bool twoLines, unsigned short slot);
     unsigned long MergeEntranceDataImageProc(unsigned short* width, unsigned short* height,
                                              unsigned char* pixels, unsigned char* line1,
                                              unsigned char* line2, bool twoLines,
@@ -117,8 +116,7 @@ public:
     unsigned long MergeSignDataImage(unsigned short* width, unsigned short* height,
                                      unsigned char* pixels, unsigned char* text1,
                                      unsigned char* text2, unsigned long signType,
-                                     unsigned long index, unsigned long direction,
-                                     bool withText2);
+                                     unsigned long index, unsigned long direction, bool withText2);
 
 private:
     SP_LOCAL void SettingsOnFirstUse();

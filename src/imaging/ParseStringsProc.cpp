@@ -13,23 +13,48 @@ namespace {
 constexpr size_t kNoBreak = static_cast<size_t>(-1);
 
 struct Char {
-    size_t at;     // byte offset in the text
-    size_t size;   // 1 or 2
-    unsigned code; // the byte, or lead << 8 | trail
+    size_t at;      // byte offset in the text
+    size_t size;    // 1 or 2
+    unsigned code;  // the byte, or lead << 8 | trail
 };
 
-bool IsSpace(unsigned code) { return code == ' ' || code == 0x8140; }
-bool IsSeparator(unsigned code) { return IsSpace(code) || code == 0x8145 || code == 0x815E; }
+bool IsSpace(unsigned code) {
+    return code == ' ' || code == 0x8140;
+}
+bool IsSeparator(unsigned code) {
+    return IsSpace(code) || code == 0x8145 || code == 0x815E;
+}
 constexpr unsigned kBar = 0x8162;  // "｜"
 
 // Characters a line should not start with: "ー", small kana, "、", "。", closing brackets.
 bool NoLineStart(unsigned c) {
     switch (c) {
-        case 0x815B: case 0x8141: case 0x8142: case 0x816A: case 0x8176: case 0x8178:
-        case 0x8340: case 0x8342: case 0x8344: case 0x8346: case 0x8348: case 0x8362:
-        case 0x8383: case 0x8385: case 0x8387: case 0x838E: case 0x829F: case 0x82A1:
-        case 0x82A3: case 0x82A5: case 0x82A7: case 0x82C1: case 0x82E1: case 0x82E3:
-        case 0x82E5: case 0x82EC:
+        case 0x815B:
+        case 0x8141:
+        case 0x8142:
+        case 0x816A:
+        case 0x8176:
+        case 0x8178:
+        case 0x8340:
+        case 0x8342:
+        case 0x8344:
+        case 0x8346:
+        case 0x8348:
+        case 0x8362:
+        case 0x8383:
+        case 0x8385:
+        case 0x8387:
+        case 0x838E:
+        case 0x829F:
+        case 0x82A1:
+        case 0x82A3:
+        case 0x82A5:
+        case 0x82A7:
+        case 0x82C1:
+        case 0x82E1:
+        case 0x82E3:
+        case 0x82E5:
+        case 0x82EC:
             return true;
         default:
             return false;
@@ -54,7 +79,8 @@ std::vector<Char> Characters(const unsigned char* text, size_t n) {
     std::vector<Char> chars;
     for (size_t i = 0; i < n;) {
         const size_t size = sjis::IsLeadByte(text[i]) && i + 1 < n ? 2 : 1;
-        chars.push_back({i, size, static_cast<unsigned>(size == 2 ? text[i] << 8 | text[i + 1] : text[i])});
+        chars.push_back(
+            {i, size, static_cast<unsigned>(size == 2 ? text[i] << 8 | text[i + 1] : text[i])});
         i += size;
     }
     return chars;

@@ -36,6 +36,8 @@ void Log(int priority, const char* tag, const char* format, ...) {
     va_end(args);
 }
 
-LogSink SetLogSink(LogSink sink) { return g_sink.exchange(sink != nullptr ? sink : StderrSink); }
+LogSink SetLogSink(LogSink sink) {
+    return g_sink.exchange(sink != nullptr ? sink : StderrSink);
+}
 
 }  // namespace platform

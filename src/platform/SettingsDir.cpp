@@ -12,7 +12,9 @@ namespace {
 char g_dir[256] = SEARCHPROC_SETTINGS_DIR;
 }  // namespace
 
-char* SettingsDir() { return g_dir; }
+char* SettingsDir() {
+    return g_dir;
+}
 
 void SetSettingsDir(const char* dir) {
     snprintf(g_dir, sizeof(g_dir), "%s", dir != nullptr ? dir : SEARCHPROC_SETTINGS_DIR);

@@ -74,7 +74,7 @@ TEST_F(StringDb, DamagedFilesAndTheDatabasePathOnly) {
         size_t idxSize;
         const char* tag;
         unsigned long length;
-    } cases[] = {{16, "UTF8", 0}, {16 + 13, "UTF8", 0}, {16 + 14 + 1, "UTF8", 0},
+    } cases[] = {{16, "UTF8", 0},      {16 + 13, "UTF8", 0}, {16 + 14 + 1, "UTF8", 0},
                  {16 + 28, "SJIS", 2}, {16 + 28, "ABCD", 0}, {16 + 14, "UTF8", 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.idxSize) + " " + c.tag);
@@ -91,7 +91,8 @@ TEST_F(StringDb, DamagedFilesAndTheDatabasePathOnly) {
 
 TEST_F(StringDb, CopyingFormsConvertCutAndSplit) {
     const std::string longName = "東京湾アクアライン連絡道路の出口です";  // 36 bytes in Shift_JIS
-    mapdb::WriteStringDb(db_.path(), 1, {{1, "木更津｜千葉｜館山｜鴨川", 7, 0}, {2, longName, 0, 0}},
+    mapdb::WriteStringDb(db_.path(), 1,
+                         {{1, "木更津｜千葉｜館山｜鴨川", 7, 0}, {2, longName, 0, 0}},
                          StringEncoding::kUtf8);
     mapdb::WriteStringDb(db_.path(), 2, {{1, "川崎｜横浜", 0, 0}}, StringEncoding::kShiftJis);
     CSearchStringProc proc;

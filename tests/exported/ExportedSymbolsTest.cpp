@@ -70,6 +70,10 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "unsigned char*, unsigned char*, unsigned long, unsigned long, unsigned long, bool)",
           "CImageProc::CheckEntranceTargetDirection(unsigned short*, unsigned short*, "
           "unsigned char*, unsigned short)",
+          "CSearchSignData::SearchSignData(unsigned char*, unsigned short*, unsigned short*, "
+          "unsigned long, unsigned char)",
+          "CSearchSignData::GetSignArrow(CSignArrow*, unsigned char, unsigned char)",
+          "CSignArrow::Flush()",
           "CSearchLBranchImageProc::SearchProc(char*, unsigned long*, unsigned long*)",
           "CSearchLEntranceImageProc::LoadIndex(char*, unsigned long*, unsigned long*)",
           "CSearchSAPAMapImageProc::SearchProc(char*, unsigned long*, unsigned long*)",

@@ -87,12 +87,12 @@ TEST_F(ImageProc, DefaultsOnFirstUseAndAnExitNameCentredOnItsSlot) {
     const struct {
         size_t offset, size;
         uint32_t value;
-    } fields[] = {{4, 4, 1015},    {12, 4, 24},      {48, 4, 1},        {53, 1, 64},
-                  {55, 1, 192},    {64, 4, 10},      {72, 2, 0x07FF},   {74, 2, 0xFFFF},
-                  {76, 2, 200},    {78, 2, 16},      {76 + 36, 2, 380}, {76 + 52, 2, 380},
-                  {76 + 54, 2, 138}, {172, 4, 22},   {240, 4, 15},      {244, 4, 100},
-                  {248, 2, 0x07FF}, {250, 2, 0x7BCF}, {264, 2, 317},    {266, 2, 47},
-                  {274, 2, 33},    {356, 4, 9},      {340, 4, 7},       {380, 2, 317}};
+    } fields[] = {{4, 4, 1015},      {12, 4, 24},      {48, 4, 1},        {53, 1, 64},
+                  {55, 1, 192},      {64, 4, 10},      {72, 2, 0x07FF},   {74, 2, 0xFFFF},
+                  {76, 2, 200},      {78, 2, 16},      {76 + 36, 2, 380}, {76 + 52, 2, 380},
+                  {76 + 54, 2, 138}, {172, 4, 22},     {240, 4, 15},      {244, 4, 100},
+                  {248, 2, 0x07FF},  {250, 2, 0x7BCF}, {264, 2, 317},     {266, 2, 47},
+                  {274, 2, 33},      {356, 4, 9},      {340, 4, 7},       {380, 2, 317}};
     for (const auto& f : fields) {
         EXPECT_EQ(f.value, RecordAt(f.offset, f.size)) << "byte " << f.offset;
     }
@@ -112,8 +112,8 @@ TEST_F(ImageProc, TwoLinesAboveAndBelowTheAnchor) {
     const Picture::Ink ink = pic.InkOver(0x001F);
     EXPECT_NEAR(147, (ink.left + ink.right) / 2, 3);
     EXPECT_GE(ink.top, 33);
-    EXPECT_LT(ink.top, 40);  // the upper line starts at y = 33
-    EXPECT_GT(ink.bottom, 61);                       // the lower line at y = 61
+    EXPECT_LT(ink.top, 40);     // the upper line starts at y = 33
+    EXPECT_GT(ink.bottom, 61);  // the lower line at y = 61
     for (uint16_t c : ink.colours) EXPECT_TRUE(c == 0x07FF || c == 725 || c == 1402) << c;
 }
 
@@ -122,9 +122,8 @@ TEST_F(ImageProc, BrightnessWeightingAndBounds) {
     const struct {
         uint16_t pixel;
         unsigned long exit, entrance;  // exit bounds 15..100, entrance 9..100
-    } cases[] = {{0x001F, 1, 1}, {0xF800, 0, 0}, {0x07E0, 0, 0}, {0xFFFF, 1, 1},
-                 {0x0000, 0, 0}, {0x0011, 0, 1}, {0x0012, 1, 1}, {0x000A, 0, 0},
-                 {0x000B, 0, 1}};
+    } cases[] = {{0x001F, 1, 1}, {0xF800, 0, 0}, {0x07E0, 0, 0}, {0xFFFF, 1, 1}, {0x0000, 0, 0},
+                 {0x0011, 0, 1}, {0x0012, 1, 1}, {0x000A, 0, 0}, {0x000B, 0, 1}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.pixel);
         Picture pic(480, 240, c.pixel);
@@ -146,19 +145,21 @@ TEST_F(ImageProc, SignNamesAlignedByTypeAndHighlightedInTheArrowsDirection) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.index);
         Picture pic(400, 200, 0x0000);
-        ASSERT_EQ(1u, proc.MergeSignDataImage(&pic.w, &pic.h, pic.bytes(), name.data(), nullptr,
-                                              2, c.index, 3, false));
+        ASSERT_EQ(1u, proc.MergeSignDataImage(&pic.w, &pic.h, pic.bytes(), name.data(), nullptr, 2,
+                                              c.index, 3, false));
         const Picture::Ink ink = pic.InkOver(0x0000);
-        const int at = c.edge == 0 ? (ink.left + ink.right) / 2 : c.edge == 1 ? ink.right : ink.left;
+        const int at = c.edge == 0   ? (ink.left + ink.right) / 2
+                       : c.edge == 1 ? ink.right
+                                     : ink.left;
         EXPECT_NEAR(c.x, at, 3);
-        const std::set<uint16_t> allowed =
-            c.highlight ? std::set<uint16_t>{0x07FF, 829, 1438} : std::set<uint16_t>{0xFFFF, 21309, 44446};
+        const std::set<uint16_t> allowed = c.highlight ? std::set<uint16_t>{0x07FF, 829, 1438}
+                                                       : std::set<uint16_t>{0xFFFF, 21309, 44446};
         for (uint16_t colour : ink.colours) EXPECT_TRUE(allowed.count(colour)) << colour;
     }
     // A second text sits above the first, separated by the gap.
     Picture pic(400, 200, 0x0000);
-    ASSERT_EQ(1u, proc.MergeSignDataImage(&pic.w, &pic.h, pic.bytes(), name.data(), name.data(),
-                                          4, 1, 1, true));
+    ASSERT_EQ(1u, proc.MergeSignDataImage(&pic.w, &pic.h, pic.bytes(), name.data(), name.data(), 4,
+                                          1, 1, true));
     const Picture::Ink ink = pic.InkOver(0x0000);
     EXPECT_LT(ink.top, 138 - 10);
     EXPECT_GE(ink.left, 20);

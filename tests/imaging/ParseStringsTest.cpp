@@ -39,17 +39,17 @@ TEST(SplitText, EachRuleOnRealNames) {
         {"  東京　", 1, {"東京"}},
         {"", 1, {}},
         {"　 ", 0, {}},
-        {"東京｜新宿", 1, {"東京", "新宿"}},             // the joiner always breaks
-        {"さいたま新都心", 1, {"さいたま新都心"}},       // 14 bytes fit mode 1
+        {"東京｜新宿", 1, {"東京", "新宿"}},        // the joiner always breaks
+        {"さいたま新都心", 1, {"さいたま新都心"}},  // 14 bytes fit mode 1
         {"さいたま新都心", 0, {"さいたま", "新都心"}},
         {"首都高速　湾岸線", 1, {"首都高速", "湾岸線"}},  // a separator when too long
-        {"東京 駅", 0, {"東京 駅"}},                     // but not when the name fits
+        {"東京 駅", 0, {"東京 駅"}},                      // but not when the name fits
         {"横浜・町田インター", 0, {"横浜", "町田インター"}},
-        {"R16 Bypass Road", 0, {"R16 Bypass", "Road"}},  // the most even separator
+        {"R16 Bypass Road", 0, {"R16 Bypass", "Road"}},         // the most even separator
         {"スーパーマーケット", 0, {"スーパー", "マーケット"}},  // no line starts with "ー"
         {"ジャンクション", 0, {"ジャン", "クション"}},
         {"東京湾横断道路連絡道路出口", 0, {"東京湾横断道", "路連絡道路出"}},  // too long: cut
-        {"国道ABC123号線", 0, {"国道", "ABC123号線"}},  // not inside a run of ASCII
+        {"国道ABC123号線", 0, {"国道", "ABC123号線"}},          // not inside a run of ASCII
         {"東京湾アクアライン", 0, {"東京湾", "アクアライン"}},  // where the script changes
     };
     for (const auto& c : cases) {
@@ -59,8 +59,9 @@ TEST(SplitText, EachRuleOnRealNames) {
 }
 
 TEST(SplitText, LinesFitAndKeepEveryCharacter) {
-    const char* names[] = {"東京湾アクアライン", "名古屋高速都心環状線", "中央自動車道",
-                           "ABCDEFGHIJKLMNOPQRSTUVWXYZ", "新東名高速道路", "ａ東京ｂ",
+    const char* names[] = {"東京湾アクアライン", "名古屋高速都心環状線",
+                           "中央自動車道",       "ABCDEFGHIJKLMNOPQRSTUVWXYZ",
+                           "新東名高速道路",     "ａ東京ｂ",
                            "阪神高速３号神戸線", "関越道　練馬インターチェンジ"};
     for (const char* name : names) {
         for (unsigned char mode : {0, 1}) {
@@ -76,7 +77,8 @@ TEST(SplitText, LinesFitAndKeepEveryCharacter) {
             }
             auto unspaced = [](std::string t) {
                 for (const std::string space : {"　", " "}) {
-                    for (size_t p; (p = t.find(space)) != std::string::npos;) t.erase(p, space.size());
+                    for (size_t p; (p = t.find(space)) != std::string::npos;)
+                        t.erase(p, space.size());
                 }
                 return t;
             };
