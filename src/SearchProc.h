@@ -47,6 +47,7 @@
 #include "imaging/ImageConvProc.h"
 #include "imaging/ImageData.h"
 #include "imaging/ImageFileIO.h"
+#include "imaging/ImageGuidance.h"
 #include "imaging/ImageProc.h"
 #include "imaging/ParseStringsProc.h"
 #include "imaging/SearchImageProc.h"

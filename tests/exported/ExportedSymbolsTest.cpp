@@ -74,6 +74,9 @@ TEST(ExportedSymbols, InterfacePresentHelpersAbsent) {
           "unsigned long, unsigned char)",
           "CSearchSignData::GetSignArrow(CSignArrow*, unsigned char, unsigned char)",
           "CSignArrow::Flush()",
+          "CImageGuidance::GetImage(unsigned char*, unsigned short*, unsigned short*, unsigned "
+          "long, unsigned long, unsigned long, NDB_GUIDE_STRING_ID, NDB_GUIDE_STRING_ID, "
+          "unsigned short)",
           "CSearchLBranchImageProc::SearchProc(char*, unsigned long*, unsigned long*)",
           "CSearchLEntranceImageProc::LoadIndex(char*, unsigned long*, unsigned long*)",
           "CSearchSAPAMapImageProc::SearchProc(char*, unsigned long*, unsigned long*)",

@@ -70,6 +70,7 @@ struct ImageProc : testsupport::SettingsTest {
         memset(&g_tagImageGuidanceSettings, 0, sizeof(g_tagImageGuidanceSettings));
     }
     void TearDown() override {
+        g_dwEnableSettings = 0;  // later suites load the defaults again
         platform::SetSettingsDir(nullptr);
         platform::SetLogSink(nullptr);
     }
