@@ -3,9 +3,9 @@
 #include "Build.h"
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -44,7 +44,8 @@ class Progress {
 public:
     explicit Progress(bool quiet) : quiet_(quiet) {}
     // Runs one writer; `file` names the source file in errors, `records` feeds the rate.
-    void Step(const char* dataSet, const char* file, size_t records, const std::function<void()>& write) {
+    void Step(const char* dataSet, const char* file, size_t records,
+              const std::function<void()>& write) {
         const auto start = std::chrono::steady_clock::now();
         if (!quiet_) fprintf(stderr, "%-12s %9zu records ...", dataSet, records), fflush(stderr);
         try {
@@ -53,7 +54,8 @@ public:
             if (!quiet_) fprintf(stderr, "\n");
             throw WriteError(std::string(file) + ": " + e.what());
         }
-        const double s = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        const double s =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         if (!quiet_) fprintf(stderr, " %7.2f s %10.0f records/s\n", s, s > 0 ? records / s : 0.0);
     }
 
@@ -92,7 +94,8 @@ std::vector<mapdb::AreaPoint> AreaPoints(const std::vector<PoiRecord>& pois) {
     std::map<uint32_t, Sum> byPrefix;
     for (const PoiRecord& p : pois) {
         if (p.tel.empty()) continue;
-        const phone_key::Key key = phone_key::Area(reinterpret_cast<const unsigned char*>(p.tel.c_str()));
+        const phone_key::Key key =
+            phone_key::Area(reinterpret_cast<const unsigned char*>(p.tel.c_str()));
         if (!key.accepted) continue;
         Sum& s = byPrefix[phone_key::AreaPrefix(key.value)];
         if (s.n == 0) s.number = p.tel;
@@ -122,62 +125,66 @@ void WriteAll(const Source& s, const std::string& root, const std::string& v, Pr
         for (size_t i = 0; i < n; ++i) {
             if (!s.pois[i].arrivals.empty()) arrivals.push_back({ids[i], s.pois[i].arrivals});
         }
-        progress.Step("ARRIVAL", "pois.json", arrivals.size(), [&] { mapdb::WriteArrival(root, arrivals, v); });
+        progress.Step("ARRIVAL", "pois.json", arrivals.size(),
+                      [&] { mapdb::WriteArrival(root, arrivals, v); });
         std::vector<mapdb::GenrePoi> genre;
         for (size_t i = 0; i < n; ++i) {
             for (const Key& k : GenreKeys(s.pois[i])) genre.push_back({ids[i], k});
         }
-        progress.Step("GENRE", "pois.json", genre.size(), [&] { mapdb::WriteGenre(root, genre, v); });
-        progress.Step("VICINITY", "pois.json", n, [&] {
-            mapdb::WriteVicinity(root, mapdb::VicinityFromBase(pois, ids), v);
-        });
+        progress.Step("GENRE", "pois.json", genre.size(),
+                      [&] { mapdb::WriteGenre(root, genre, v); });
+        progress.Step("VICINITY", "pois.json", n,
+                      [&] { mapdb::WriteVicinity(root, mapdb::VicinityFromBase(pois, ids), v); });
         std::vector<mapdb::TelephoneEntry> tel;
         for (size_t i = 0; i < n; ++i) {
             if (!s.pois[i].tel.empty()) tel.push_back({s.pois[i].tel, ids[i]});
         }
-        progress.Step("TELEPHONE", "pois.json", tel.size(), [&] { mapdb::WriteTelephone(root, tel, v); });
+        progress.Step("TELEPHONE", "pois.json", tel.size(),
+                      [&] { mapdb::WriteTelephone(root, tel, v); });
         const std::vector<mapdb::AreaPoint> points = AreaPoints(s.pois);
-        progress.Step("PHONEPOINT", "pois.json", points.size(), [&] { mapdb::WritePhonePoint(root, points, v); });
+        progress.Step("PHONEPOINT", "pois.json", points.size(),
+                      [&] { mapdb::WritePhonePoint(root, points, v); });
     }
     if (s.hasGenres) {
-        progress.Step("GENREDATA", "genres.json", s.genres.size(), [&] { mapdb::WriteGenreData(root, s.genres, v); });
+        progress.Step("GENREDATA", "genres.json", s.genres.size(),
+                      [&] { mapdb::WriteGenreData(root, s.genres, v); });
     }
     if (s.hasAddresses) {
-        progress.Step("ADDRESS", "addresses.json", s.prefectures.size(), [&] {
-            mapdb::WriteAddress(root, s.prefectures, v);
-        });
+        progress.Step("ADDRESS", "addresses.json", s.prefectures.size(),
+                      [&] { mapdb::WriteAddress(root, s.prefectures, v); });
     }
     if (s.hasRefine) {
-        progress.Step("REFINE", "refine.json", s.refine.size(), [&] { mapdb::WriteRefine(root, s.refine, v); });
+        progress.Step("REFINE", "refine.json", s.refine.size(),
+                      [&] { mapdb::WriteRefine(root, s.refine, v); });
     }
     if (s.hasAreaCodes) {
-        progress.Step("CONVADDR", "areacodes.json", s.areaCodes.size(), [&] {
-            mapdb::WriteConvAddr(root, s.areaCodes, v);
-        });
+        progress.Step("CONVADDR", "areacodes.json", s.areaCodes.size(),
+                      [&] { mapdb::WriteConvAddr(root, s.areaCodes, v); });
     }
     if (s.hasZipcodes) {
-        progress.Step("ZIPCODE", "zipcodes.json", s.zipOrdinary.size() + s.zipCompany.size(), [&] {
-            mapdb::WriteZipcode(root, s.zipOrdinary, s.zipCompany, v);
-        });
+        progress.Step("ZIPCODE", "zipcodes.json", s.zipOrdinary.size() + s.zipCompany.size(),
+                      [&] { mapdb::WriteZipcode(root, s.zipOrdinary, s.zipCompany, v); });
     }
     if (s.hasPrefectures) {
-        progress.Step("VICINITYPREF", "prefectures.json", s.prefectureRows.size(), [&] {
-            mapdb::WriteVicinityPref(root, s.prefectureRows, v);
-        });
+        progress.Step("VICINITYPREF", "prefectures.json", s.prefectureRows.size(),
+                      [&] { mapdb::WriteVicinityPref(root, s.prefectureRows, v); });
     }
     if (s.hasDirectory) {
-        progress.Step("HOMEPHONE", "households.json/companies.json", s.households.size() + s.companies.size(),
+        progress.Step("HOMEPHONE", "households.json/companies.json",
+                      s.households.size() + s.companies.size(),
                       [&] { mapdb::WriteHomePhone(root, s.households, s.companies, v); });
     }
     if (s.hasSapa) {
-        progress.Step("SAPAINFO", "sapa.json", s.sapa.size(), [&] { mapdb::WriteSapaInfo(root, s.sapa, false, v); });
+        progress.Step("SAPAINFO", "sapa.json", s.sapa.size(),
+                      [&] { mapdb::WriteSapaInfo(root, s.sapa, false, v); });
     }
     if (s.hasParking) {
         std::vector<mapdb::ParkingPair> pairs;
         for (const ParkingRecord& p : s.parking) {
             for (size_t park : p.parks) pairs.push_back({ids[p.facility], ids[park]});
         }
-        progress.Step("PARKING", "parking.json", pairs.size(), [&] { mapdb::WriteParking(root, pairs, v); });
+        progress.Step("PARKING", "parking.json", pairs.size(),
+                      [&] { mapdb::WriteParking(root, pairs, v); });
     }
     if (s.hasFacilities) {
         std::vector<mapdb::IntroSource> intros;
@@ -186,9 +193,8 @@ void WriteAll(const Source& s, const std::string& root, const std::string& v, Pr
             if (f.hasIntro) intros.push_back({ids[f.poi], f.open, f.closed});
             if (f.hasFunctions) functions.push_back({ids[f.poi], f.functions});
         }
-        progress.Step("ADDINFO", "facilities.json", s.facilities.size(), [&] {
-            mapdb::WriteAddInfo(root, intros, functions, v);
-        });
+        progress.Step("ADDINFO", "facilities.json", s.facilities.size(),
+                      [&] { mapdb::WriteAddInfo(root, intros, functions, v); });
     }
 }
 
@@ -214,7 +220,8 @@ std::string MakeBeside(const std::string& path, const char* suffix) {
 
 int Build(const BuildOptions& o) {
     if (!ValidRelease(o.release)) {
-        fprintf(stderr, "navdb: --release \"%s\" must be 1 to 9 printable ASCII characters\n", o.release.c_str());
+        fprintf(stderr, "navdb: --release \"%s\" must be 1 to 9 printable ASCII characters\n",
+                o.release.c_str());
         return 2;
     }
     std::error_code ec;
@@ -247,7 +254,8 @@ int Build(const BuildOptions& o) {
             fs::rename(tmp, db);
         }
         if (!o.quiet) {
-            const double s = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+            const double s =
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
             fprintf(stderr, "built %s in %.2f s\n", db.c_str(), s);
         }
         return 0;

@@ -2,6 +2,8 @@
 // from common syllables, four genre levels, telephone numbers and an arrival point for some.
 #include "Generate.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -9,7 +11,6 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <random>
-#include <sys/stat.h>
 
 namespace navdb {
 
@@ -22,12 +23,12 @@ struct City {
     int area;  // first digit of the area code
 };
 
-const City kCities[] = {{"東京", 35.681, 139.767, 30, 3}, {"大阪", 34.702, 135.495, 15, 6},
+const City kCities[] = {{"東京", 35.681, 139.767, 30, 3},   {"大阪", 34.702, 135.495, 15, 6},
                         {"名古屋", 35.170, 136.881, 10, 5}, {"札幌", 43.068, 141.350, 6, 1},
-                        {"福岡", 33.589, 130.420, 6, 9},   {"仙台", 38.260, 140.882, 4, 2},
-                        {"広島", 34.397, 132.475, 4, 8},   {"京都", 34.985, 135.758, 5, 7},
-                        {"神戸", 34.690, 135.195, 4, 7},   {"那覇", 26.212, 127.681, 2, 9},
-                        {"新潟", 37.912, 139.061, 2, 2},   {"鹿児島", 31.584, 130.558, 2, 9}};
+                        {"福岡", 33.589, 130.420, 6, 9},    {"仙台", 38.260, 140.882, 4, 2},
+                        {"広島", 34.397, 132.475, 4, 8},    {"京都", 34.985, 135.758, 5, 7},
+                        {"神戸", 34.690, 135.195, 4, 7},    {"那覇", 26.212, 127.681, 2, 9},
+                        {"新潟", 37.912, 139.061, 2, 2},    {"鹿児島", 31.584, 130.558, 2, 9}};
 
 const char* const kSyllables[] = {
     "あ", "い", "う", "え", "お", "か", "き", "く", "け", "こ", "さ", "し", "す", "せ", "そ",
@@ -67,20 +68,24 @@ int GenerateSource(size_t n, const std::string& dir) {
         const double lo = city ? kCities[c].lon + spread(rng) * 0.055 : lon(rng);
         char tel[16];
         snprintf(tel, sizeof tel, "0%d%d%07d", city ? kCities[c].area : 4, digit(rng), local(rng));
-        nlohmann::json p = {{"id", "p" + std::to_string(i)},
-                            {"name", std::string(city ? kCities[c].name : "") + "施設" + std::to_string(i) +
-                                         kKinds[i % (sizeof kKinds / sizeof *kKinds)]},
-                            {"reading", reading},
-                            {"genre", {genre1(rng), genre(rng), genre(rng), genre(rng)}},
-                            {"tel", tel},
-                            {"lat", std::round(la * 1e6) / 1e6},
-                            {"lon", std::round(lo * 1e6) / 1e6}};
+        nlohmann::json p = {
+            {"id", "p" + std::to_string(i)},
+            {"name", std::string(city ? kCities[c].name : "") + "施設" + std::to_string(i) +
+                         kKinds[i % (sizeof kKinds / sizeof *kKinds)]},
+            {"reading", reading},
+            {"genre", {genre1(rng), genre(rng), genre(rng), genre(rng)}},
+            {"tel", tel},
+            {"lat", std::round(la * 1e6) / 1e6},
+            {"lon", std::round(lo * 1e6) / 1e6}};
         if (i % 7 == 0) p["arrivals"] = {{{"name", "入口"}, {"lat", p["lat"]}, {"lon", p["lon"]}}};
         pois.push_back(std::move(p));
     }
     nlohmann::json genres = nlohmann::json::array();
-    for (int g = 0; g < 16; ++g) genres.push_back({{"code", {g, 0, 0}}, {"name", "分類" + std::to_string(g)}, {"icon", 100 + g}});
-    for (const auto& [file, data] : {std::pair{"pois.json", &pois}, std::pair{"genres.json", &genres}}) {
+    for (int g = 0; g < 16; ++g)
+        genres.push_back(
+            {{"code", {g, 0, 0}}, {"name", "分類" + std::to_string(g)}, {"icon", 100 + g}});
+    for (const auto& [file, data] :
+         {std::pair{"pois.json", &pois}, std::pair{"genres.json", &genres}}) {
         std::ofstream out(dir + "/" + file, std::ios::binary);
         out << data->dump() << "\n";
         if (!out) {

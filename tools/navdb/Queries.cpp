@@ -2,15 +2,16 @@
 // the hits), with the records turned into UTF-8 rows and JSON.
 #include "Queries.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <sys/stat.h>
 
-#include "SearchProc.h"
 #include "ByteWriter.h"
+#include "SearchProc.h"
 #include "TextTools.h"
 
 namespace navdb {
@@ -21,7 +22,9 @@ namespace {
 
 constexpr uint32_t kNone = 0x7fffffff;
 
-double Degrees(uint32_t ms) { return std::round(ms / 3600000.0 * 1e7) / 1e7; }
+double Degrees(uint32_t ms) {
+    return std::round(ms / 3600000.0 * 1e7) / 1e7;
+}
 
 std::string DegreesText(uint32_t ms) {
     char text[32];
@@ -50,7 +53,8 @@ std::vector<std::string> Texts(const CLocationData& r) {
 std::string Telephone(uint32_t key) {
     if (key == 0) return "";
     std::string digits = std::to_string(key);
-    if (digits.size() == 10 && digits[0] >= '1' && digits[0] <= '4') digits[0] = "7895"[digits[0] - '1'];
+    if (digits.size() == 10 && digits[0] >= '1' && digits[0] <= '4')
+        digits[0] = "7895"[digits[0] - '1'];
     return "0" + digits;
 }
 
@@ -80,7 +84,8 @@ json PoiJson(const CLocationData& r, const PoiColumns& c) {
               {"lat", Degrees(r.lLat)},
               {"lon", Degrees(r.lLon)},
               {"attr", r.dwAttr}};
-    if (r.lArrLat != 0 || r.lArrLon != 0) j["arrival"] = {{"lat", Degrees(r.lArrLat)}, {"lon", Degrees(r.lArrLon)}};
+    if (r.lArrLat != 0 || r.lArrLon != 0)
+        j["arrival"] = {{"lat", Degrees(r.lArrLat)}, {"lon", Degrees(r.lArrLon)}};
     if (c.distance) j["distance"] = r.dwDistance, j["direction"] = r.dwDirection;
     return j;
 }
@@ -92,8 +97,9 @@ Table PoiTable(const std::vector<CLocationData>& records, const PoiColumns& c, j
         if (r.dwID == 0 || r.dwID == kNone) continue;
         list->push_back(PoiJson(r, c));
         const json& j = list->back();
-        t.rows.push_back({Hex(r.dwID), j["name"], Join({r.dwGenre1, r.dwGenre2, r.dwGenre3, r.dwGenre4}),
-                          j["tel"], DegreesText(r.lLat), DegreesText(r.lLon)});
+        t.rows.push_back({Hex(r.dwID), j["name"],
+                          Join({r.dwGenre1, r.dwGenre2, r.dwGenre3, r.dwGenre4}), j["tel"],
+                          DegreesText(r.lLat), DegreesText(r.lLon)});
         if (c.distance) t.rows.back().push_back(std::to_string(r.dwDistance));
     }
     return t;
@@ -116,15 +122,20 @@ std::string HalfKana(const std::string& reading) {
     }
 }
 
-uint32_t Genre(const std::vector<uint32_t>& g, size_t i) { return i < g.size() ? g[i] : 255; }
+uint32_t Genre(const std::vector<uint32_t>& g, size_t i) {
+    return i < g.size() ? g[i] : 255;
+}
 
-size_t Pages(size_t count, size_t limit) { return count < limit ? count : limit; }
+size_t Pages(size_t count, size_t limit) {
+    return count < limit ? count : limit;
+}
 
 }  // namespace
 
 void OpenDatabase(const std::string& db) {
     struct stat st;
-    if (stat(db.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) throw BadInput("no database folder " + db);
+    if (stat(db.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+        throw BadInput("no database folder " + db);
     if (db.size() >= 255) throw BadInput("database path longer than 254 bytes");
     std::string root = db;
     while (root.size() > 1 && root.back() == '/') root.pop_back();
@@ -166,11 +177,16 @@ Report KanaQuery(const std::string& reading, const std::vector<uint32_t>& genre,
     if (rc == 0) count = 0;
     const unsigned long g[4] = {Genre(genre, 0), Genre(genre, 1), Genre(genre, 2), Genre(genre, 3)};
     const bool filtered = !genre.empty();
-    const unsigned long total = filtered && count > 0 ? kana.GetRefinedTotal(g[0], g[1], g[2], g[3]) : count;
+    const unsigned long total =
+        filtered && count > 0 ? kana.GetRefinedTotal(g[0], g[1], g[2], g[3]) : count;
     std::vector<std::string> next;
     for (unsigned long k = 0; rc != 0 && k < 49; ++k) {
         if (kana.GetKeyState(k) == 0) continue;
-        const unsigned char half = k < 45 ? 0xB1 + k : k == 45 ? 0xA6 : k == 46 ? 0xB0 : k == 47 ? 0xDF : 0xDE;
+        const unsigned char half = k < 45    ? 0xB1 + k
+                                   : k == 45 ? 0xA6
+                                   : k == 46 ? 0xB0
+                                   : k == 47 ? 0xDF
+                                             : 0xDE;
         next.push_back(FullWidth(half));
     }
     std::vector<CLocationData> records(Pages(total, limit));
@@ -180,10 +196,15 @@ Report KanaQuery(const std::string& reading, const std::vector<uint32_t>& genre,
     out.found = total > 0;
     std::string keys;
     for (const std::string& k : next) keys += k;
-    out.json = {{"reading", reading}, {"count", total}, {"complete", rc == 2 && count > 0},
-                {"next", next}, {"pois", list}};
-    out.fields = {{"reading", reading}, {"count", std::to_string(total)},
-                  {"complete", rc == 2 && count > 0 ? "yes" : "no"}, {"next keys", keys}};
+    out.json = {{"reading", reading},
+                {"count", total},
+                {"complete", rc == 2 && count > 0},
+                {"next", next},
+                {"pois", list}};
+    out.fields = {{"reading", reading},
+                  {"count", std::to_string(total)},
+                  {"complete", rc == 2 && count > 0 ? "yes" : "no"},
+                  {"next keys", keys}};
     if (filtered) out.json["genre"] = genre, out.fields.push_back({"genre", Join(genre)});
     return out;
 }
@@ -191,15 +212,16 @@ Report KanaQuery(const std::string& reading, const std::vector<uint32_t>& genre,
 Report GenreQuery(const std::vector<uint32_t>& levels, size_t limit) {
     for (size_t i = 0; i < levels.size(); ++i) {
         if ((i < 4 && levels[i] > 62) || levels[i] > 254) {
-            throw BadInput("genre level " + std::to_string(i + 1) + " is " + std::to_string(levels[i]) +
-                           " (levels 1-4 are 0-62, level 5 0-254)");
+            throw BadInput("genre level " + std::to_string(i + 1) + " is " +
+                           std::to_string(levels[i]) + " (levels 1-4 are 0-62, level 5 0-254)");
         }
     }
     // Missing levels: "all" (255), and at level 4, which has no "all", 63.
     const uint32_t fill[5] = {255, 255, 255, 63, 255};
     auto keyWith = [&](size_t depth, uint32_t extra) {
         std::array<unsigned long, 5> k;
-        for (size_t i = 0; i < 5; ++i) k[i] = i < levels.size() ? levels[i] : i == depth ? extra : fill[i];
+        for (size_t i = 0; i < 5; ++i)
+            k[i] = i < levels.size() ? levels[i] : i == depth ? extra : fill[i];
         return k;
     };
     CSearchGenreProc search;
@@ -227,19 +249,22 @@ Report GenreQuery(const std::vector<uint32_t>& levels, size_t limit) {
     if (depth < 5) out.tables.push_back(sub);
     out.found = count > 0 || (levels.empty() && !subJson.empty());
     out.json = {{"levels", levels}, {"count", count}, {"pois", list}, {"next", subJson}};
-    out.fields = {{"levels", levels.empty() ? "(top)" : Join(levels)}, {"count", std::to_string(count)}};
+    out.fields = {{"levels", levels.empty() ? "(top)" : Join(levels)},
+                  {"count", std::to_string(count)}};
     return out;
 }
 
 Report NearQuery(double lat, double lon, double radiusMetres, const std::vector<uint32_t>& genre,
                  size_t limit) {
     uint32_t latMs, lonMs;
-    if (!std::isfinite(lat) || lat <= 0 || lat >= 90 || !std::isfinite(lon) || lon <= 0 || lon >= 360) {
+    if (!std::isfinite(lat) || lat <= 0 || lat >= 90 || !std::isfinite(lon) || lon <= 0 ||
+        lon >= 360) {
         throw BadInput("position must be decimal degrees north and east");
     }
     latMs = static_cast<uint32_t>(std::llround(lat * 3600000.0));
     lonMs = static_cast<uint32_t>(std::llround(lon * 3600000.0));
-    if (!(radiusMetres > 0) || radiusMetres > 50000) throw BadInput("radius must be 1 to 50000 metres");
+    if (!(radiusMetres > 0) || radiusMetres > 50000)
+        throw BadInput("radius must be 1 to 50000 metres");
     if (genre.empty() || genre[0] > 31) throw BadInput("genre class must be 0-31");
     CVicinityProc search;
     unsigned long count = 0;
@@ -279,12 +304,14 @@ Report PhoneQuery(const std::string& number, const std::string& reading, size_t 
     CSearchPhoneProc phone;
     unsigned long kind = 0, count = 0;
     if (!phone.SearchPhoneProc(&kind, &count, buf)) {
-        throw BadInput("the database cannot answer telephone searches (TELEPHONE or HOMEPHONE missing)");
+        throw BadInput(
+            "the database cannot answer telephone searches (TELEPHONE or HOMEPHONE missing)");
     }
     static const char* const kKinds[] = {"none", "poi", "company", "household", "area"};
     Report out;
     out.json = {{"number", digits}, {"kind", kKinds[kind < 5 ? kind : 0]}, {"count", count}};
-    out.fields = {{"number", digits}, {"answered by", kKinds[kind < 5 ? kind : 0]},
+    out.fields = {{"number", digits},
+                  {"answered by", kKinds[kind < 5 ? kind : 0]},
                   {"count", std::to_string(count)}};
     out.found = count > 0;
     unsigned long listed = kind == 4 ? 1 : count;
@@ -293,7 +320,8 @@ Report PhoneQuery(const std::string& number, const std::string& reading, size_t 
         if (!reading.empty()) {
             std::string half = HalfKana(reading);
             unsigned long matched = 0;
-            if (phone.CheckKanaProc(&matched, reinterpret_cast<unsigned char*>(half.data()))) listed = matched;
+            if (phone.CheckKanaProc(&matched, reinterpret_cast<unsigned char*>(half.data())))
+                listed = matched;
             out.json["matched"] = listed;
             out.fields.push_back({"matching the reading", std::to_string(listed)});
         }
@@ -303,7 +331,9 @@ Report PhoneQuery(const std::string& number, const std::string& reading, size_t 
     json list = json::array();
     if (kind == 4 && !records.empty()) {
         list.push_back({{"lat", Degrees(records[0].lLat)}, {"lon", Degrees(records[0].lLon)}});
-        out.tables.push_back({"area point", {"lat", "lon"}, {{DegreesText(records[0].lLat), DegreesText(records[0].lLon)}}});
+        out.tables.push_back({"area point",
+                              {"lat", "lon"},
+                              {{DegreesText(records[0].lLat), DegreesText(records[0].lLon)}}});
     } else {
         // Directory records carry no POI id: list them by position.
         Table t{"", {"name", "tel", "lat", "lon"}, {}};
@@ -329,13 +359,16 @@ Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre,
     }
     CSearchAddressProc address;
     unsigned long count = 0;
-    if (address.InitProc(&count) == 0 || count == 0) throw BadInput("the database has no address data");
+    if (address.InitProc(&count) == 0 || count == 0)
+        throw BadInput("the database has no address data");
     bool leaf = false;
     for (size_t i = 0; i < steps.size(); ++i) {
-        if (leaf) throw BadInput("path goes below a complete address at step " + std::to_string(i + 1));
+        if (leaf)
+            throw BadInput("path goes below a complete address at step " + std::to_string(i + 1));
         if (steps[i] >= count) {
-            throw BadInput("position " + std::to_string(steps[i]) + " at step " + std::to_string(i + 1) +
-                           " is beyond the list of " + std::to_string(count));
+            throw BadInput("position " + std::to_string(steps[i]) + " at step " +
+                           std::to_string(i + 1) + " is beyond the list of " +
+                           std::to_string(count));
         }
         const unsigned long rc = address.SearchNextProc(&count, steps[i]);
         if (rc == 0x3fffffff) {
@@ -349,9 +382,12 @@ Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre,
     address.GetCurrentAddressUni(text.data());
     unsigned long lng = 0, lat = 0;
     address.GetCurrentCoordinate(&lng, &lat);
-    out.json = {{"path", steps}, {"address", std::string(text.data())}, {"level", address.GetCurrentLevel()},
+    out.json = {{"path", steps},
+                {"address", std::string(text.data())},
+                {"level", address.GetCurrentLevel()},
                 {"complete", leaf}};
-    out.fields = {{"address", text.data()}, {"level", std::to_string(address.GetCurrentLevel())},
+    out.fields = {{"address", text.data()},
+                  {"level", std::to_string(address.GetCurrentLevel())},
                   {"complete", leaf ? "yes" : "no"}};
     if (!steps.empty()) {
         out.json["lat"] = Degrees(lat), out.json["lon"] = Degrees(lng);
@@ -365,15 +401,21 @@ Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre,
         for (size_t start = 0; start < n; start += 500) {
             const size_t take = std::min<size_t>(500, n - start);
             for (auto& r : page) r.FlushData();
-            address.GetList(page.data(), start, take, Genre(genre, 0), Genre(genre, 1), Genre(genre, 2));
+            address.GetList(page.data(), start, take, Genre(genre, 0), Genre(genre, 1),
+                            Genre(genre, 2));
             for (size_t k = 0; k < take; ++k) {
                 const CLocationData& r = page[k];
                 const unsigned char kana = r.dwWork & 0xFF;
                 const std::string name = Utf8(r.szName, sizeof r.szName);
-                items.push_back({{"position", start + k}, {"name", name}, {"kana", kana ? FullWidth(kana) : ""},
-                                 {"lat", Degrees(r.lLat)}, {"lon", Degrees(r.lLon)}, {"enabled", r.dwEnable != 0}});
+                items.push_back({{"position", start + k},
+                                 {"name", name},
+                                 {"kana", kana ? FullWidth(kana) : ""},
+                                 {"lat", Degrees(r.lLat)},
+                                 {"lon", Degrees(r.lLon)},
+                                 {"enabled", r.dwEnable != 0}});
                 t.rows.push_back({std::to_string(start + k), name, kana ? FullWidth(kana) : "",
-                                  DegreesText(r.lLat), DegreesText(r.lLon), r.dwEnable ? "yes" : "no"});
+                                  DegreesText(r.lLat), DegreesText(r.lLon),
+                                  r.dwEnable ? "yes" : "no"});
             }
         }
         out.tables.push_back(t);
@@ -440,7 +482,8 @@ Report ConvAddrQuery(const std::vector<uint32_t>& codes) {
 Report ParkingQuery(uint32_t poiId, size_t limit) {
     CSearchAlliedParkingProc parking;
     unsigned long count = 0;
-    if (parking.SearchProc(&count, poiId) != 1) throw BadInput("the database has no allied parking data");
+    if (parking.SearchProc(&count, poiId) != 1)
+        throw BadInput("the database has no allied parking data");
     std::vector<CLocationData> records(Pages(count, limit));
     if (!records.empty()) parking.GetList(records.data(), 0, records.size());
     Report out;
@@ -463,8 +506,12 @@ Report ArrivalQuery(uint32_t poiId) {
     json list = json::array();
     for (const CLocationData& r : records) {
         const std::string name = Utf8(r.szName, sizeof r.szName);
-        list.push_back({{"name", name}, {"lat", Degrees(r.lArrLat)}, {"lon", Degrees(r.lArrLon)}, {"attr", r.dwArrAttr}});
-        t.rows.push_back({name, DegreesText(r.lArrLat), DegreesText(r.lArrLon), std::to_string(r.dwArrAttr)});
+        list.push_back({{"name", name},
+                        {"lat", Degrees(r.lArrLat)},
+                        {"lon", Degrees(r.lArrLon)},
+                        {"attr", r.dwArrAttr}});
+        t.rows.push_back(
+            {name, DegreesText(r.lArrLat), DegreesText(r.lArrLon), std::to_string(r.dwArrAttr)});
     }
     out.tables.push_back(t);
     out.found = count > 0;
@@ -487,18 +534,29 @@ Report SapaQuery(const std::string& id) {
     for (size_t i = 0; i < sizeof d.blFacility; ++i) {
         if (d.blFacility[i]) facilities.push_back(static_cast<uint32_t>(i));
     }
-    const std::string name = Utf8(d.szName, sizeof d.szName), text = Utf8(d.szText, sizeof d.szText);
-    out.json.update({{"name", name}, {"text", text}, {"kind", d.byKind}, {"values", values}, {"flags", d.dwFlag},
-                     {"value6", d.dwValue6}, {"facilities", facilities}});
-    out.fields.insert(out.fields.end(), {{"name", name}, {"text", text}, {"kind", std::to_string(d.byKind)},
-                                         {"values", Join(values)}, {"flags", Hex(d.dwFlag)},
-                                         {"value6", std::to_string(d.dwValue6)}, {"facilities", Join(facilities)}});
+    const std::string name = Utf8(d.szName, sizeof d.szName),
+                      text = Utf8(d.szText, sizeof d.szText);
+    out.json.update({{"name", name},
+                     {"text", text},
+                     {"kind", d.byKind},
+                     {"values", values},
+                     {"flags", d.dwFlag},
+                     {"value6", d.dwValue6},
+                     {"facilities", facilities}});
+    out.fields.insert(out.fields.end(), {{"name", name},
+                                         {"text", text},
+                                         {"kind", std::to_string(d.byKind)},
+                                         {"values", Join(values)},
+                                         {"flags", Hex(d.dwFlag)},
+                                         {"value6", std::to_string(d.dwValue6)},
+                                         {"facilities", Join(facilities)}});
     return out;
 }
 
 Report IntroQuery(uint32_t poiId) {
     CSearchIntroProc intro;
-    std::vector<char> open(4 * CSearchIntroProc::kTextSize), closed(4 * CSearchIntroProc::kTextSize);
+    std::vector<char> open(4 * CSearchIntroProc::kTextSize),
+        closed(4 * CSearchIntroProc::kTextSize);
     if (intro.SearchProc(poiId) != 0) {
         intro.GetOpenTimeUni(open.data());
         intro.GetCloseDayUni(closed.data());
@@ -511,7 +569,8 @@ Report IntroQuery(uint32_t poiId) {
     out.found = !o.empty() || !c.empty() || attr != kNone;
     out.json = {{"poi", poiId}, {"open", o}, {"closed", c}};
     out.fields = {{"poi", Hex(poiId)}, {"open", o}, {"closed", c}};
-    if (attr != kNone) out.json["functions"] = attr, out.fields.push_back({"functions", std::to_string(attr)});
+    if (attr != kNone)
+        out.json["functions"] = attr, out.fields.push_back({"functions", std::to_string(attr)});
     return out;
 }
 

@@ -2,13 +2,14 @@
 // so that a refusal can name file, record and field before any writer runs.
 #include "Source.h"
 
+#include <sys/stat.h>
+
 #include <cmath>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
-#include <sys/stat.h>
 
 #include "PhoneNumber.h"
 #include "TextTools.h"
@@ -26,7 +27,9 @@ bool DegreesToMs(double degrees, uint32_t* ms) {
 
 namespace {
 
-std::string Quoted(const std::string& s) { return "\"" + s + "\""; }
+std::string Quoted(const std::string& s) {
+    return "\"" + s + "\"";
+}
 
 // One record of a source file, with the checked reads of its fields.
 class Rec {
@@ -94,9 +97,11 @@ public:
     void Position(uint32_t* latMs, uint32_t* lonMs) const {
         uint32_t unused;
         Angle("lat", latMs);
-        if (!bytes::NarrowLatitude(*latMs, &unused)) Fail("lat", "outside 20 to 66.6 degrees north");
+        if (!bytes::NarrowLatitude(*latMs, &unused))
+            Fail("lat", "outside 20 to 66.6 degrees north");
         Angle("lon", lonMs);
-        if (!bytes::NarrowLongitude(*lonMs, &unused)) Fail("lon", "outside 120 to 166.6 degrees east");
+        if (!bytes::NarrowLongitude(*lonMs, &unused))
+            Fail("lon", "outside 120 to 166.6 degrees east");
     }
     // A kana reading: hiragana or katakana, converted to katakana for the writers.
     std::string Reading(const char* field, bool required) const {
@@ -161,11 +166,11 @@ void LoadPois(const json& all, Source* s) {
     std::map<std::string, size_t> seen;
     for (size_t i = 0; i < all.size(); ++i) {
         Rec r(Where(file, i), all[i]);
-        r.Only({"id", "name", "texts", "reading", "genre", "genre5", "tel", "lat", "lon", "attr",
-                "arrivals"});
         PoiRecord p;
         p.key = r.Text("id", true, false);
         r.Label("id", p.key);
+        r.Only({"id", "name", "texts", "reading", "genre", "genre5", "tel", "lat", "lon", "attr",
+                "arrivals"});
         if (p.key.empty()) r.Fail("id", "empty");
         if (!seen.emplace(p.key, i).second) {
             r.Fail("id", "already used by record " + std::to_string(seen[p.key]));
@@ -180,7 +185,8 @@ void LoadPois(const json& all, Source* s) {
             textBytes += r.SjisOf("texts", p.poi.texts.back()).size() + 1;
         }
         for (const std::string& t : p.poi.texts) {
-            if (t.find('\n') != std::string::npos) r.Fail("texts", "a text may not hold a line feed");
+            if (t.find('\n') != std::string::npos)
+                r.Fail("texts", "a text may not hold a line feed");
         }
         if (textBytes >= 384) r.Fail("texts", "name and texts exceed 383 bytes in Shift_JIS");
         p.poi.reading = r.Reading("reading", true);
@@ -217,10 +223,10 @@ void LoadPois(const json& all, Source* s) {
 void LoadGenres(const json& all, Source* s) {
     for (size_t i = 0; i < all.size(); ++i) {
         Rec r(Where("genres.json", i), all[i]);
-        r.Only({"code", "name", "icon"});
         mapdb::GenreDataRecord g;
         g.name = r.Text("name");
         r.Label("name", g.name);
+        r.Only({"code", "name", "icon"});
         if (r.SjisOf("name", g.name).size() > 71) r.Fail("name", "longer than 71 bytes");
         const json& code = r.Array("code");
         if (code.size() != 3) r.Fail("code", "must be three codes");
@@ -235,10 +241,10 @@ void LoadGenres(const json& all, Source* s) {
 // Address items nest by their children, at most eight levels (0-7).
 mapdb::AddressItem LoadAddress(const json& j, const std::string& where, unsigned level) {
     Rec r(where, j);
-    r.Only({"name", "reading", "lat", "lon", "code", "children"});
     mapdb::AddressItem item;
     item.name = r.Text("name");
     r.Label("name", item.name);
+    r.Only({"name", "reading", "lat", "lon", "code", "children"});
     if (item.name.empty()) r.Fail("name", "empty");
     item.reading = r.Reading("reading", false);
     r.Position(&item.latMs, &item.lonMs);
@@ -263,8 +269,9 @@ void LoadAddresses(const json& all, Source* s) {
     for (size_t i = 0; i < all.size(); ++i) {
         s->prefectures.push_back(LoadAddress(all[i], Where("addresses.json", i), 0));
         if (!codes.emplace(s->prefectures.back().code, i).second) {
-            Rec(Where("addresses.json", i), all[i]).Fail("code", "already used by record " +
-                                                        std::to_string(codes[s->prefectures.back().code]));
+            Rec(Where("addresses.json", i), all[i])
+                .Fail("code", "already used by record " +
+                                  std::to_string(codes[s->prefectures.back().code]));
         }
     }
 }
@@ -279,18 +286,22 @@ void LoadRefine(const json& all, Source* s) {
         set.genre1 = r.IntOf("genre", genre[0], 99);
         set.genre2 = r.IntOf("genre", genre[1], 999);
         set.genre3 = r.IntOf("genre", genre[2], 999);
-        for (const json& p : r.Array("prefectures", false)) set.prefectures.push_back(r.IntOf("prefectures", p, 99));
+        for (const json& p : r.Array("prefectures", false))
+            set.prefectures.push_back(r.IntOf("prefectures", p, 99));
         const json* cities = r.Get("cities", false);
         if (cities != nullptr) {
             if (!cities->is_object()) r.Fail("cities", "must map prefecture codes to flag arrays");
             for (const auto& item : cities->items()) {
                 char* end = nullptr;
                 const unsigned long code = strtoul(item.key().c_str(), &end, 10);
-                if (item.key().empty() || *end != 0 || code > 99) r.Fail("cities", "key " + Quoted(item.key()) + " is not a prefecture code 0-99");
+                if (item.key().empty() || *end != 0 || code > 99)
+                    r.Fail("cities",
+                           "key " + Quoted(item.key()) + " is not a prefecture code 0-99");
                 if (!item.value().is_array()) r.Fail("cities", "flags must be an array");
                 std::vector<bool>& flags = set.cities[static_cast<uint32_t>(code)];
                 for (const json& f : item.value()) {
-                    if (!f.is_boolean() && !f.is_number_integer()) r.Fail("cities", "flags are true/false or 1/0");
+                    if (!f.is_boolean() && !f.is_number_integer())
+                        r.Fail("cities", "flags are true/false or 1/0");
                     flags.push_back(f.is_boolean() ? f.get<bool>() : f.get<int64_t>() != 0);
                 }
             }
@@ -310,7 +321,8 @@ void LoadAreaCodes(const json& all, Source* s) {
         e.code2 = r.IntOf("code", code[1], 65535);
         e.code3 = code.size() == 3 ? r.IntOf("code", code[2], 65535) : 0;
         const json& path = r.Array("path");
-        if (path.size() < 2 || path.size() > 3) r.Fail("path", "must be two or three list positions");
+        if (path.size() < 2 || path.size() > 3)
+            r.Fail("path", "must be two or three list positions");
         e.pos0 = r.IntOf("path", path[0], 255);
         e.pos1 = r.IntOf("path", path[1], 255);
         e.pos2 = path.size() == 3 ? r.IntOf("path", path[2], 65534) : 65535;
@@ -321,10 +333,10 @@ void LoadAreaCodes(const json& all, Source* s) {
 void LoadZipcodes(const json& all, Source* s) {
     for (size_t i = 0; i < all.size(); ++i) {
         Rec r(Where("zipcodes.json", i), all[i]);
-        r.Only({"code", "lat", "lon", "company"});
         mapdb::ZipcodeSource z;
         z.code = r.Text("code", true, false);
         r.Label("code", z.code);
+        r.Only({"code", "lat", "lon", "company"});
         try {
             mapdb::ZipcodeNumber(z.code, "code");
         } catch (const mapdb::Error& e) {
@@ -332,7 +344,8 @@ void LoadZipcodes(const json& all, Source* s) {
         }
         r.Position(&z.latMs, &z.lonMs);
         const json* company = r.Get("company", false);
-        if (company != nullptr && !company->is_boolean()) r.Fail("company", "must be true or false");
+        if (company != nullptr && !company->is_boolean())
+            r.Fail("company", "must be true or false");
         (company != nullptr && company->get<bool>() ? s->zipCompany : s->zipOrdinary).push_back(z);
     }
 }
@@ -341,11 +354,11 @@ void LoadPrefectures(const json& all, Source* s) {
     if (all.size() > 47) throw SourceError("prefectures.json: more than 47 rows");
     for (size_t i = 0; i < all.size(); ++i) {
         Rec r(Where("prefectures.json", i), all[i]);
-        r.Only({"id", "name", "neighbours"});
         mapdb::VicinityPrefRow row;
         row[0].id = r.Int("id", 46, 0, true);
         row[0].name = r.Text("name");
         r.Label("name", row[0].name);
+        r.Only({"id", "name", "neighbours"});
         const json& n = r.Array("neighbours", false);
         if (n.size() > 3) r.Fail("neighbours", "at most three");
         for (size_t k = 0; k < n.size(); ++k) {
@@ -358,14 +371,15 @@ void LoadPrefectures(const json& all, Source* s) {
     }
 }
 
-void LoadDirectory(const json& all, const std::string& file, std::vector<mapdb::HomePhoneEntry>* out) {
+void LoadDirectory(const json& all, const std::string& file,
+                   std::vector<mapdb::HomePhoneEntry>* out) {
     for (size_t i = 0; i < all.size(); ++i) {
         Rec r(Where(file, i), all[i]);
-        r.Only({"tel", "reading", "text", "lat", "lon", "attr"});
         mapdb::HomePhoneEntry e;
         uint32_t key = 0;
         e.number = r.Phone("tel", mapdb::PhoneKeyRule(phone_key::Directory), true, &key);
         r.Label("tel", e.number);
+        r.Only({"tel", "reading", "text", "lat", "lon", "attr"});
         e.reading = r.Reading("reading", false);
         e.text = r.Text("text");
         r.Position(&e.latMs, &e.lonMs);
@@ -377,15 +391,16 @@ void LoadDirectory(const json& all, const std::string& file, std::vector<mapdb::
 void LoadSapa(const json& all, Source* s) {
     for (size_t i = 0; i < all.size(); ++i) {
         Rec r(Where("sapa.json", i), all[i]);
-        r.Only({"id", "kind", "values", "flags", "value6", "name", "text"});
         mapdb::SapaSource a;
         a.id = r.Text("id", true, false);
         r.Label("id", a.id);
+        r.Only({"id", "kind", "values", "flags", "value6", "name", "text"});
         if (a.id.size() != 10) r.Fail("id", "must be ten characters");
         a.kind = static_cast<uint8_t>(r.Int("kind", 255, 0));
         const json& values = r.Array("values", false);
         if (values.size() > 5) r.Fail("values", "at most five values");
-        for (size_t v = 0; v < values.size(); ++v) a.values[v] = r.IntOf("values", values[v], 65535);
+        for (size_t v = 0; v < values.size(); ++v)
+            a.values[v] = r.IntOf("values", values[v], 65535);
         a.flags = r.Int("flags", 0xFFFFFFFFu, 0);
         a.value6 = r.Int("value6", 0xFFFFFF, 0);
         a.name = r.Text("name");
@@ -394,7 +409,8 @@ void LoadSapa(const json& all, Source* s) {
     }
 }
 
-size_t PoiByKey(const Rec& r, const char* field, const json& v, const std::map<std::string, size_t>& keys) {
+size_t PoiByKey(const Rec& r, const char* field, const json& v,
+                const std::map<std::string, size_t>& keys) {
     if (!v.is_string()) r.Fail(field, "must be the id of a POI of pois.json");
     auto it = keys.find(v.get<std::string>());
     if (it == keys.end()) r.Fail(field, "no POI " + Quoted(v.get<std::string>()) + " in pois.json");
@@ -404,10 +420,10 @@ size_t PoiByKey(const Rec& r, const char* field, const json& v, const std::map<s
 void LoadParking(const json& all, const std::map<std::string, size_t>& keys, Source* s) {
     for (size_t i = 0; i < all.size(); ++i) {
         Rec r(Where("parking.json", i), all[i]);
-        r.Only({"facility", "parking"});
         ParkingRecord p;
         p.facility = PoiByKey(r, "facility", *r.Get("facility", true), keys);
         r.Label("facility", s->pois[p.facility].key);
+        r.Only({"facility", "parking"});
         for (const json& k : r.Array("parking")) p.parks.push_back(PoiByKey(r, "parking", k, keys));
         s->parking.push_back(std::move(p));
     }
@@ -416,10 +432,10 @@ void LoadParking(const json& all, const std::map<std::string, size_t>& keys, Sou
 void LoadFacilities(const json& all, const std::map<std::string, size_t>& keys, Source* s) {
     for (size_t i = 0; i < all.size(); ++i) {
         Rec r(Where("facilities.json", i), all[i]);
-        r.Only({"poi", "open", "closed", "functions"});
         FacilityRecord f;
         f.poi = PoiByKey(r, "poi", *r.Get("poi", true), keys);
         r.Label("poi", s->pois[f.poi].key);
+        r.Only({"poi", "open", "closed", "functions"});
         f.open = r.Text("open", false);
         f.closed = r.Text("closed", false);
         f.hasIntro = r.Get("open", false) != nullptr || r.Get("closed", false) != nullptr;

@@ -24,10 +24,10 @@ struct SourceError : std::runtime_error {
 };
 
 struct PoiRecord {
-    std::string key;          // the source id, unique in pois.json
-    mapdb::PoiSource poi;     // reading, texts, genre codes, position, attributes
-    std::string tel;          // typed digits; empty = none
-    uint32_t genre5 = 255;    // level 5 of the genre index; 255 = none
+    std::string key;        // the source id, unique in pois.json
+    mapdb::PoiSource poi;   // reading, texts, genre codes, position, attributes
+    std::string tel;        // typed digits; empty = none
+    uint32_t genre5 = 255;  // level 5 of the genre index; 255 = none
     std::vector<mapdb::ArrivalPoint> arrivals;
 };
 

@@ -34,10 +34,12 @@ int main(int argc, char** argv) {
 
     navdb::BuildOptions build;
     build.release = navdb::DefaultRelease();
-    CLI::App* buildCmd = app.add_subcommand("build", "compile a source folder into a database folder");
+    CLI::App* buildCmd =
+        app.add_subcommand("build", "compile a source folder into a database folder");
     buildCmd->add_option("SOURCE", build.source, "folder of JSON source files")->required();
     buildCmd->add_option("DB", build.db, "database folder to write")->required();
-    buildCmd->add_option("--release", build.release, "version stamp of every data file (1-9 characters)");
+    buildCmd->add_option("--release", build.release,
+                         "version stamp of every data file (1-9 characters)");
     buildCmd->add_flag("--force", build.force, "replace an existing database");
     buildCmd->add_flag("--quiet", build.quiet, "no progress on stderr");
 
@@ -53,28 +55,36 @@ int main(int argc, char** argv) {
     double lat = 0, lon = 0, radius = 0;
     bool device = false;
     std::vector<std::pair<CLI::App*, std::function<navdb::Report()>>> queries;
-    auto codes = [](const std::string& t, size_t max, const char* what) { return navdb::ParseCodes(t, max, what); };
+    auto codes = [](const std::string& t, size_t max, const char* what) {
+        return navdb::ParseCodes(t, max, what);
+    };
     auto id = [&] { return navdb::ParseNumber(text, "POI id"); };
 
     CLI::App* q = Query(app, "kana", "POIs by reading; shows the keys that may follow", c);
-    q->add_option("READING", text, "kana (hiragana or katakana); empty for the first key")->required();
+    q->add_option("READING", text, "kana (hiragana or katakana); empty for the first key")
+        ->required();
     q->add_option("--genre", genreText, "genre filter g1[,g2[,g3[,g4]]]");
-    queries.push_back({q, [&] { return navdb::KanaQuery(text, codes(genreText, 4, "--genre"), c.limit); }});
+    queries.push_back(
+        {q, [&] { return navdb::KanaQuery(text, codes(genreText, 4, "--genre"), c.limit); }});
 
     q = Query(app, "genre", "POIs of a genre key, and the codes of the next level", c);
     q->add_option("LEVELS", words, "up to five codes, level 1 first");
     queries.push_back({q, [&] {
-        std::string joined;
-        for (const std::string& w : words) joined += (joined.empty() ? "" : ",") + w;
-        return navdb::GenreQuery(codes(joined, 5, "genre levels"), c.limit);
-    }});
+                           std::string joined;
+                           for (const std::string& w : words)
+                               joined += (joined.empty() ? "" : ",") + w;
+                           return navdb::GenreQuery(codes(joined, 5, "genre levels"), c.limit);
+                       }});
 
     q = Query(app, "near", "POIs of a genre class around a point, nearest first", c);
     q->add_option("LAT", lat, "latitude, decimal degrees")->required();
     q->add_option("LON", lon, "longitude, decimal degrees")->required();
     q->add_option("RADIUS", radius, "metres (at most 50000)")->required();
     q->add_option("GENRE", genreText, "class 0-31[,level 2[,level 3]]")->required();
-    queries.push_back({q, [&] { return navdb::NearQuery(lat, lon, radius, codes(genreText, 3, "genre"), c.limit); }});
+    queries.push_back({q, [&] {
+                           return navdb::NearQuery(lat, lon, radius, codes(genreText, 3, "genre"),
+                                                   c.limit);
+                       }});
 
     std::string reading;
     q = Query(app, "phone", "a telephone number: POIs, companies, households or the area point", c);
@@ -85,7 +95,8 @@ int main(int argc, char** argv) {
     q = Query(app, "address", "the address list at a path of list positions", c);
     q->add_option("--path", path, "positions chosen level by level, e.g. 12/3/5");
     q->add_option("--genre", genreText, "refinement genre g1,g2,g3");
-    queries.push_back({q, [&] { return navdb::AddressQuery(path, codes(genreText, 3, "--genre"), c.limit); }});
+    queries.push_back(
+        {q, [&] { return navdb::AddressQuery(path, codes(genreText, 3, "--genre"), c.limit); }});
 
     q = Query(app, "zip", "the place of a postal code", c);
     q->add_option("CODE", text, "NNN-NNNN, NNNNNNN or NNN")->required();
@@ -94,10 +105,11 @@ int main(int argc, char** argv) {
     q = Query(app, "convaddr", "the address of an area code", c);
     q->add_option("CODES", words, "two or three numbers")->required();
     queries.push_back({q, [&] {
-        std::vector<uint32_t> v;
-        for (const std::string& w : words) v.push_back(navdb::ParseNumber(w, "area code"));
-        return navdb::ConvAddrQuery(v);
-    }});
+                           std::vector<uint32_t> v;
+                           for (const std::string& w : words)
+                               v.push_back(navdb::ParseNumber(w, "area code"));
+                           return navdb::ConvAddrQuery(v);
+                       }});
 
     q = Query(app, "parking", "car parks allied with a facility", c);
     q->add_option("POI", text, "POI id of the facility")->required();
@@ -118,7 +130,8 @@ int main(int argc, char** argv) {
     q = Query(app, "pref", "a prefecture and its neighbours", c);
     q->add_option("ID", text, "prefecture id (1-47; 0-46 with --device)")->required();
     q->add_flag("--device", device, "the id is a device id");
-    queries.push_back({q, [&] { return navdb::PrefQuery(navdb::ParseNumber(text, "prefecture id"), device); }});
+    queries.push_back(
+        {q, [&] { return navdb::PrefQuery(navdb::ParseNumber(text, "prefecture id"), device); }});
 
     try {
         app.parse(argc, argv);
