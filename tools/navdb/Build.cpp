@@ -40,6 +40,10 @@ struct WriteError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+double Seconds(std::chrono::steady_clock::time_point since) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();
+}
+
 class Progress {
 public:
     explicit Progress(bool quiet) : quiet_(quiet) {}
@@ -54,8 +58,7 @@ public:
             if (!quiet_) fprintf(stderr, "\n");
             throw WriteError(std::string(file) + ": " + e.what());
         }
-        const double s =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        const double s = Seconds(start);
         if (!quiet_) fprintf(stderr, " %7.2f s %10.0f records/s\n", s, s > 0 ? records / s : 0.0);
     }
 
@@ -238,26 +241,30 @@ int Build(const BuildOptions& o) {
     }
     std::string tmp;
     try {
+        const auto start = std::chrono::steady_clock::now();
         const Source source = LoadSource(o.source);
+        if (!o.quiet)
+            fprintf(stderr, "source read (%zu POIs) in %.2f s\n", source.pois.size(),
+                    Seconds(start));
         tmp = MakeBeside(db, ".tmp-");
         Progress progress(o.quiet);
-        const auto start = std::chrono::steady_clock::now();
         WriteAll(source, tmp, o.release, progress);
         if (exists) {
             // Move the old database aside first, so that a failing rename leaves it in place.
             const std::string old = MakeBeside(db, ".old-");
             fs::remove(old);
             fs::rename(db, old);
-            fs::rename(tmp, db);
+            try {
+                fs::rename(tmp, db);
+            } catch (const fs::filesystem_error&) {
+                fs::rename(old, db, ec);
+                throw;
+            }
             fs::remove_all(old, ec);
         } else {
             fs::rename(tmp, db);
         }
-        if (!o.quiet) {
-            const double s =
-                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-            fprintf(stderr, "built %s in %.2f s\n", db.c_str(), s);
-        }
+        if (!o.quiet) fprintf(stderr, "built %s in %.2f s\n", db.c_str(), Seconds(start));
         return 0;
     } catch (const std::exception& e) {
         if (!tmp.empty()) fs::remove_all(tmp, ec);

@@ -38,7 +38,9 @@ size_t DisplayWidth(const std::string& utf8) {
 
 void Print(const Report& report, bool asJson) {
     if (asJson) {
-        printf("%s\n", report.json.dump(2).c_str());
+        // Damaged data may hold text that is not UTF-8: replaced, not fatal.
+        printf("%s\n",
+               report.json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
         return;
     }
     size_t keyWidth = 0;

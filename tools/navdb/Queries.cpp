@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -147,8 +148,11 @@ void OpenDatabase(const std::string& db) {
 uint32_t ParseNumber(const std::string& text, const std::string& what) {
     char* end = nullptr;
     errno = 0;
-    const unsigned long long v = strtoull(text.c_str(), &end, 0);
-    if (text.empty() || text[0] == '-' || *end != 0 || errno != 0 || v > 0xFFFFFFFFull) {
+    // Decimal, or hexadecimal after "0x" (a leading 0 is not octal).
+    const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    const unsigned long long v = strtoull(text.c_str() + (hex ? 2 : 0), &end, hex ? 16 : 10);
+    if (text.empty() || !isxdigit(static_cast<unsigned char>(text[hex ? 2 : 0])) || *end != 0 ||
+        errno != 0 || v > 0xFFFFFFFFull) {
         throw BadInput(what + " \"" + text + "\" is not a number");
     }
     return static_cast<uint32_t>(v);
@@ -229,7 +233,7 @@ Report GenreQuery(const std::vector<uint32_t>& levels, size_t limit) {
     unsigned long count = 0;
     json list = json::array();
     if (!levels.empty()) {
-        const auto k = keyWith(levels.size(), fill[levels.size() < 5 ? levels.size() : 4]);
+        const auto k = keyWith(5, 0);  // the given levels, the rest "all"
         if (search.SearchProc(&count, k[0], k[1], k[2], k[3], k[4]) != 1) count = 0;
         std::vector<CLocationData> records(Pages(count, limit));
         if (!records.empty()) search.GetList(records.data(), 0, records.size());

@@ -479,6 +479,10 @@ Source LoadSource(const std::string& folder) {
     for (size_t i = 0; i < s.pois.size(); ++i) keys[s.pois[i].key] = i;
     if ((s.hasParking = ReadArray(folder, "parking.json", &j))) LoadParking(j, keys, &s);
     if ((s.hasFacilities = ReadArray(folder, "facilities.json", &j))) LoadFacilities(j, keys, &s);
+    if (!s.hasPois && !s.hasGenres && !s.hasAddresses && !s.hasRefine && !s.hasAreaCodes &&
+        !s.hasZipcodes && !s.hasPrefectures && !s.hasDirectory && !s.hasSapa) {
+        throw SourceError(folder + ": holds no source file (pois.json, addresses.json, ...)");
+    }
     return s;
 }
 

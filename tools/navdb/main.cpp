@@ -150,6 +150,9 @@ int main(int argc, char** argv) {
         } catch (const navdb::BadInput& e) {
             fprintf(stderr, "navdb: %s\n", e.what());
             return 2;
+        } catch (const std::exception& e) {
+            fprintf(stderr, "navdb: %s failed: %s\n", cmd->get_name().c_str(), e.what());
+            return 2;
         }
     }
     return 2;
