@@ -80,12 +80,26 @@ int GenerateSource(size_t n, const std::string& dir) {
         if (i % 7 == 0) p["arrivals"] = {{{"name", "入口"}, {"lat", p["lat"]}, {"lon", p["lon"]}}};
         pois.push_back(std::move(p));
     }
+    // Households and companies: one for every tenth POI, in the directories' own number range.
+    nlohmann::json households = nlohmann::json::array(), companies = nlohmann::json::array();
+    for (size_t i = 0; i < n / 10; ++i) {
+        const nlohmann::json& p = pois[i * 10];
+        char tel[16];
+        snprintf(tel, sizeof tel, "06%d%07zu", 1 + static_cast<int>(i % 2) * 5, i / 2 % 10000000);
+        nlohmann::json entry = {{"tel", tel},
+                                {"reading", p["reading"]},
+                                {"text", p["name"]},
+                                {"lat", p["lat"]},
+                                {"lon", p["lon"]}};
+        (i % 2 ? companies : households).push_back(std::move(entry));
+    }
     nlohmann::json genres = nlohmann::json::array();
     for (int g = 0; g < 16; ++g)
         genres.push_back(
             {{"code", {g, 0, 0}}, {"name", "分類" + std::to_string(g)}, {"icon", 100 + g}});
     for (const auto& [file, data] :
-         {std::pair{"pois.json", &pois}, std::pair{"genres.json", &genres}}) {
+         {std::pair{"pois.json", &pois}, std::pair{"genres.json", &genres},
+          std::pair{"households.json", &households}, std::pair{"companies.json", &companies}}) {
         std::ofstream out(dir + "/" + file, std::ios::binary);
         out << data->dump() << "\n";
         if (!out) {

@@ -7,7 +7,7 @@
 
 namespace navdb {
 
-// Writes DIR/pois.json (and DIR/genres.json); returns the exit code.
+// Writes DIR/pois.json, genres.json, households.json and companies.json; returns the exit code.
 int GenerateSource(size_t pois, const std::string& dir);
 
 }  // namespace navdb

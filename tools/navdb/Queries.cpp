@@ -321,6 +321,8 @@ Report PhoneQuery(const std::string& number, const std::string& reading, size_t 
     unsigned long listed = kind == 4 ? 1 : count;
     if (kind == 3) {
         listed = 0;
+        if (reading.empty())
+            out.fields.push_back({"records", "shown for a name reading (--reading)"});
         if (!reading.empty()) {
             std::string half = HalfKana(reading);
             unsigned long matched = 0;
