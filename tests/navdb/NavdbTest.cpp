@@ -134,7 +134,8 @@ TEST_F(NavdbTool, EverySearchAnswersFromTheBuiltDatabase) {
         {"phone 0120000000", 1, R"({"kind": "none"})"},
         {"phone 03-abc", 2, ""},
         // The address tree level by level, a numbered leaf, and positions off the list.
-        {"address", 0, R"({"items": [{"name": "東京都"}, {"name": "大阪府"}]})"},
+        {"address", 0,
+         R"({"items": [{"name": "東京都", "below": 2}, {"name": "大阪府", "below": 0}]})"},
         {"address --path 0/0", 0,
          R"({"address": "東京都千代田区", "items": [{"name": "丸の内", "kana": "マ"}]})"},
         {"address --path 0/0/0/1", 0,
@@ -214,6 +215,7 @@ TEST_F(NavdbTool, ReplacesADatabaseOnlyWhenForcedAndOnlyOnSuccess) {
     EXPECT_EQ(2, RunNavdb(dir, "build --release TOO-LONG-10 " + src + " " + dir / "db2").code);
     fs::create_directory(dir / "small");
     std::ofstream(dir / "small/pois.json") << "[" << Poi("a", "こう", 35.1) << "]";
+    EXPECT_EQ(2, RunNavdb(dir, "build --force " + dir / "small" + " " + dir / "small").code);
     ASSERT_EQ(
         0, RunNavdb(dir, "build --force --quiet --release R0001 " + dir / "small" + " " + db).code);
     EXPECT_EQ(1, RunNavdb(dir, "kana とうきょう --db " + db).code);

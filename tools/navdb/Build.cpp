@@ -239,6 +239,14 @@ int Build(const BuildOptions& o) {
         fprintf(stderr, "navdb: %s exists and is not a folder\n", db.c_str());
         return 2;
     }
+    // Replacing the database must never remove the source: refuse a target that is the
+    // source folder or holds it.
+    const fs::path src = fs::weakly_canonical(o.source, ec), target = fs::weakly_canonical(db, ec);
+    const std::string srcText = src.string() + "/", targetText = target.string() + "/";
+    if (srcText.compare(0, targetText.size(), targetText) == 0) {
+        fprintf(stderr, "navdb: %s holds the source folder %s\n", db.c_str(), o.source.c_str());
+        return 2;
+    }
     std::string tmp;
     try {
         const auto start = std::chrono::steady_clock::now();

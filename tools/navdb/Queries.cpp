@@ -401,16 +401,21 @@ Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre,
     }
     json items = json::array();
     if (!leaf) {
-        Table t{"list", {"pos", "name", "kana", "lat", "lon", "enabled"}, {}};
+        Table t{"list", {"pos", "name", "kana", "lat", "lon", "enabled", "below"}, {}};
         const size_t n = Pages(count, limit);
         std::vector<CLocationData> page(500);
+        std::vector<CAddressData> items500(500);
         for (size_t start = 0; start < n; start += 500) {
             const size_t take = std::min<size_t>(500, n - start);
             for (auto& r : page) r.FlushData();
             address.GetList(page.data(), start, take, Genre(genre, 0), Genre(genre, 1),
                             Genre(genre, 2));
+            // The same items as address records: how many items lie below each.
+            const unsigned long got = address.GetData(items500.data(), start, take);
             for (size_t k = 0; k < take; ++k) {
                 const CLocationData& r = page[k];
+                const bool leafItem = k >= got || items500[k].dwChildStart == 0x3fffffff;
+                const uint32_t below = leafItem ? 0 : items500[k].dwChildCount;
                 const unsigned char kana = r.dwWork & 0xFF;
                 const std::string name = Utf8(r.szName, sizeof r.szName);
                 items.push_back({{"position", start + k},
@@ -418,10 +423,11 @@ Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre,
                                  {"kana", kana ? FullWidth(kana) : ""},
                                  {"lat", Degrees(r.lLat)},
                                  {"lon", Degrees(r.lLon)},
-                                 {"enabled", r.dwEnable != 0}});
+                                 {"enabled", r.dwEnable != 0},
+                                 {"below", below}});
                 t.rows.push_back({std::to_string(start + k), name, kana ? FullWidth(kana) : "",
                                   DegreesText(r.lLat), DegreesText(r.lLon),
-                                  r.dwEnable ? "yes" : "no"});
+                                  r.dwEnable ? "yes" : "no", std::to_string(below)});
             }
         }
         out.tables.push_back(t);
