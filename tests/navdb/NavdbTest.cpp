@@ -60,6 +60,9 @@ protected:
             scratch_, "build --quiet " + std::string(TESTS_SOURCE_DIR) + "/navdb/data " + db_);
         ASSERT_EQ(0, r.code) << r.err;
     }
+    void SetUp() override {
+        if (std::string(NAVDB_BINARY).empty()) GTEST_SKIP() << "navdb is not built";
+    }
     // Runs a query on the suite's database and parses its JSON.
     static json Query(const std::string& args, int expectCode = 0) {
         const Outcome r = RunNavdb(scratch_, args + " --json --db " + db_);
