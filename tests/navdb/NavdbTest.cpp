@@ -110,6 +110,8 @@ TEST_F(NavdbTool, EverySearchAnswersFromTheBuiltDatabase) {
         {"kana トウキョウエキ", 0, R"({"complete": true})"},
         {"kana とうきょう --genre 1", 0,
          R"({"pois": [{"name": "東京駅"}, {"name": "東京タワー"}]})"},
+        {"kana とうきょう --start 1 --limit 1", 0,
+         R"({"count": 3, "pois": [{"name": "東京駅駐車場"}]})"},
         {"kana ぬ", 1, R"({"count": 0})"},
         // Genre keys level by level; level 5 only where the source gave one.
         {"genre", 0, R"({"next": [{"code": 1, "count": 3}, {"code": 2, "count": 2}]})"},

@@ -127,10 +127,6 @@ uint32_t Genre(const std::vector<uint32_t>& g, size_t i) {
     return i < g.size() ? g[i] : 255;
 }
 
-size_t Pages(size_t count, size_t limit) {
-    return count < limit ? count : limit;
-}
-
 }  // namespace
 
 void OpenDatabase(const std::string& db) {
@@ -171,7 +167,8 @@ std::vector<uint32_t> ParseCodes(const std::string& text, size_t max, const std:
     return codes;
 }
 
-Report KanaQuery(const std::string& reading, const std::vector<uint32_t>& genre, size_t limit) {
+Report KanaQuery(const std::string& reading, const std::vector<uint32_t>& genre,
+                 const Window& window) {
     std::string half = HalfKana(reading);
     if (half.size() > 512) throw BadInput("reading longer than 512 kana");
     CSearchKanaProc kana;
@@ -193,8 +190,9 @@ Report KanaQuery(const std::string& reading, const std::vector<uint32_t>& genre,
                                              : 0xDE;
         next.push_back(FullWidth(half));
     }
-    std::vector<CLocationData> records(Pages(total, limit));
-    if (!records.empty()) kana.GetList(records.data(), 0, records.size(), g[0], g[1], g[2], g[3]);
+    std::vector<CLocationData> records(window.Size(total));
+    if (!records.empty())
+        kana.GetList(records.data(), window.start, records.size(), g[0], g[1], g[2], g[3]);
     json list = json::array();
     out.tables.push_back(PoiTable(records, {}, &list));
     out.found = total > 0;
@@ -213,7 +211,7 @@ Report KanaQuery(const std::string& reading, const std::vector<uint32_t>& genre,
     return out;
 }
 
-Report GenreQuery(const std::vector<uint32_t>& levels, size_t limit) {
+Report GenreQuery(const std::vector<uint32_t>& levels, const Window& window) {
     for (size_t i = 0; i < levels.size(); ++i) {
         if ((i < 4 && levels[i] > 62) || levels[i] > 254) {
             throw BadInput("genre level " + std::to_string(i + 1) + " is " +
@@ -235,8 +233,8 @@ Report GenreQuery(const std::vector<uint32_t>& levels, size_t limit) {
     if (!levels.empty()) {
         const auto k = keyWith(5, 0);  // the given levels, the rest "all"
         if (search.SearchProc(&count, k[0], k[1], k[2], k[3], k[4]) != 1) count = 0;
-        std::vector<CLocationData> records(Pages(count, limit));
-        if (!records.empty()) search.GetList(records.data(), 0, records.size());
+        std::vector<CLocationData> records(window.Size(count));
+        if (!records.empty()) search.GetList(records.data(), window.start, records.size());
         out.tables.push_back(PoiTable(records, {}, &list));
     }
     // The codes of the next level that hold POIs.
@@ -259,7 +257,7 @@ Report GenreQuery(const std::vector<uint32_t>& levels, size_t limit) {
 }
 
 Report NearQuery(double lat, double lon, double radiusMetres, const std::vector<uint32_t>& genre,
-                 size_t limit) {
+                 const Window& window) {
     uint32_t latMs, lonMs;
     if (!std::isfinite(lat) || lat <= 0 || lat >= 90 || !std::isfinite(lon) || lon <= 0 ||
         lon >= 360) {
@@ -277,8 +275,8 @@ Report NearQuery(double lat, double lon, double radiusMetres, const std::vector<
                           Genre(genre, 2)) != 1) {
         count = 0;
     }
-    std::vector<CLocationData> records(Pages(count, limit));
-    if (!records.empty()) search.GetList(records.data(), 0, records.size());
+    std::vector<CLocationData> records(window.Size(count));
+    if (!records.empty()) search.GetList(records.data(), window.start, records.size());
     Report out;
     json list = json::array();
     out.tables.push_back(PoiTable(records, {true}, &list));
@@ -295,7 +293,7 @@ Report NearQuery(double lat, double lon, double radiusMetres, const std::vector<
     return out;
 }
 
-Report PhoneQuery(const std::string& number, const std::string& reading, size_t limit) {
+Report PhoneQuery(const std::string& number, const std::string& reading, const Window& window) {
     std::string digits;
     for (char c : number) {
         if (c == '-' || c == ' ') continue;
@@ -318,7 +316,7 @@ Report PhoneQuery(const std::string& number, const std::string& reading, size_t 
                   {"answered by", kKinds[kind < 5 ? kind : 0]},
                   {"count", std::to_string(count)}};
     out.found = count > 0;
-    unsigned long listed = kind == 4 ? 1 : count;
+    unsigned long listed = count;
     if (kind == 3) {
         listed = 0;
         if (reading.empty())
@@ -332,8 +330,9 @@ Report PhoneQuery(const std::string& number, const std::string& reading, size_t 
             out.fields.push_back({"matching the reading", std::to_string(listed)});
         }
     }
-    std::vector<CLocationData> records(Pages(listed, limit));
-    if (!records.empty()) phone.GetList(records.data(), 0, records.size());
+    // The area point is one record whatever the window.
+    std::vector<CLocationData> records(kind == 4 ? 1 : window.Size(listed));
+    if (!records.empty()) phone.GetList(records.data(), window.start, records.size());
     json list = json::array();
     if (kind == 4 && !records.empty()) {
         list.push_back({{"lat", Degrees(records[0].lLat)}, {"lon", Degrees(records[0].lLon)}});
@@ -355,7 +354,8 @@ Report PhoneQuery(const std::string& number, const std::string& reading, size_t 
     return out;
 }
 
-Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre, size_t limit) {
+Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre,
+                    const Window& window) {
     std::vector<uint32_t> steps;
     size_t at = 0;
     while (!path.empty() && at <= path.size()) {
@@ -402,11 +402,11 @@ Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre,
     json items = json::array();
     if (!leaf) {
         Table t{"list", {"pos", "name", "kana", "lat", "lon", "enabled", "below"}, {}};
-        const size_t n = Pages(count, limit);
+        const size_t n = window.Size(count);
         std::vector<CLocationData> page(500);
         std::vector<CAddressData> items500(500);
-        for (size_t start = 0; start < n; start += 500) {
-            const size_t take = std::min<size_t>(500, n - start);
+        for (size_t done = 0; done < n; done += 500) {
+            const size_t start = window.start + done, take = std::min<size_t>(500, n - done);
             for (auto& r : page) r.FlushData();
             address.GetList(page.data(), start, take, Genre(genre, 0), Genre(genre, 1),
                             Genre(genre, 2));
@@ -491,13 +491,13 @@ Report ConvAddrQuery(const std::vector<uint32_t>& codes) {
     return out;
 }
 
-Report ParkingQuery(uint32_t poiId, size_t limit) {
+Report ParkingQuery(uint32_t poiId, const Window& window) {
     CSearchAlliedParkingProc parking;
     unsigned long count = 0;
     if (parking.SearchProc(&count, poiId) != 1)
         throw BadInput("the database has no allied parking data");
-    std::vector<CLocationData> records(Pages(count, limit));
-    if (!records.empty()) parking.GetList(records.data(), 0, records.size());
+    std::vector<CLocationData> records(window.Size(count));
+    if (!records.empty()) parking.GetList(records.data(), window.start, records.size());
     Report out;
     json list = json::array();
     out.tables.push_back(PoiTable(records, {}, &list));

@@ -2,6 +2,7 @@
 // OpenDatabase pointed it at and returns what it found as a Report.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -24,15 +25,25 @@ uint32_t ParseNumber(const std::string& text, const std::string& what);
 // "3,1,2": up to `max` genre codes, each 0-255.
 std::vector<uint32_t> ParseCodes(const std::string& text, size_t max, const std::string& what);
 
-Report KanaQuery(const std::string& reading, const std::vector<uint32_t>& genre, size_t limit);
-Report GenreQuery(const std::vector<uint32_t>& levels, size_t limit);
+// The window of a hit list to show: `limit` records from position `start`.
+struct Window {
+    size_t start = 0;
+    size_t limit = 50;
+    // Records of the window in a list of `count`.
+    size_t Size(size_t count) const { return count > start ? std::min(count - start, limit) : 0; }
+};
+
+Report KanaQuery(const std::string& reading, const std::vector<uint32_t>& genre,
+                 const Window& window);
+Report GenreQuery(const std::vector<uint32_t>& levels, const Window& window);
 Report NearQuery(double lat, double lon, double radiusMetres, const std::vector<uint32_t>& genre,
-                 size_t limit);
-Report PhoneQuery(const std::string& number, const std::string& reading, size_t limit);
-Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre, size_t limit);
+                 const Window& window);
+Report PhoneQuery(const std::string& number, const std::string& reading, const Window& window);
+Report AddressQuery(const std::string& path, const std::vector<uint32_t>& genre,
+                    const Window& window);
 Report ZipQuery(const std::string& code);
 Report ConvAddrQuery(const std::vector<uint32_t>& codes);
-Report ParkingQuery(uint32_t poiId, size_t limit);
+Report ParkingQuery(uint32_t poiId, const Window& window);
 Report ArrivalQuery(uint32_t poiId);
 Report SapaQuery(const std::string& id);
 Report IntroQuery(uint32_t poiId);

@@ -14,14 +14,15 @@ namespace {
 struct Common {
     std::string db;
     bool json = false;
-    size_t limit = 50;
+    navdb::Window window;
 };
 
 CLI::App* Query(CLI::App& app, const char* name, const char* what, Common& c) {
     CLI::App* sub = app.add_subcommand(name, what);
     sub->add_option("--db", c.db, "database folder")->required();
     sub->add_flag("--json", c.json, "print one JSON object instead of tables");
-    sub->add_option("--limit", c.limit, "list at most this many records (default 50)");
+    sub->add_option("--limit", c.window.limit, "list at most this many records (default 50)");
+    sub->add_option("--start", c.window.start, "list from this position of the hits (default 0)");
     return sub;
 }
 
@@ -65,7 +66,7 @@ int main(int argc, char** argv) {
         ->required();
     q->add_option("--genre", genreText, "genre filter g1[,g2[,g3[,g4]]]");
     queries.push_back(
-        {q, [&] { return navdb::KanaQuery(text, codes(genreText, 4, "--genre"), c.limit); }});
+        {q, [&] { return navdb::KanaQuery(text, codes(genreText, 4, "--genre"), c.window); }});
 
     q = Query(app, "genre", "POIs of a genre key, and the codes of the next level", c);
     q->add_option("LEVELS", words, "up to five codes, level 1 first");
@@ -73,7 +74,7 @@ int main(int argc, char** argv) {
                            std::string joined;
                            for (const std::string& w : words)
                                joined += (joined.empty() ? "" : ",") + w;
-                           return navdb::GenreQuery(codes(joined, 5, "genre levels"), c.limit);
+                           return navdb::GenreQuery(codes(joined, 5, "genre levels"), c.window);
                        }});
 
     q = Query(app, "near", "POIs of a genre class around a point, nearest first", c);
@@ -83,20 +84,20 @@ int main(int argc, char** argv) {
     q->add_option("GENRE", genreText, "class 0-31[,level 2[,level 3]]")->required();
     queries.push_back({q, [&] {
                            return navdb::NearQuery(lat, lon, radius, codes(genreText, 3, "genre"),
-                                                   c.limit);
+                                                   c.window);
                        }});
 
     std::string reading;
     q = Query(app, "phone", "a telephone number: POIs, companies, households or the area point", c);
     q->add_option("NUMBER", text, "digits as typed")->required();
     q->add_option("--reading", reading, "households: the name reading to match");
-    queries.push_back({q, [&] { return navdb::PhoneQuery(text, reading, c.limit); }});
+    queries.push_back({q, [&] { return navdb::PhoneQuery(text, reading, c.window); }});
 
     q = Query(app, "address", "the address list at a path of list positions", c);
     q->add_option("--path", path, "positions chosen level by level, e.g. 12/3/5");
     q->add_option("--genre", genreText, "refinement genre g1,g2,g3");
     queries.push_back(
-        {q, [&] { return navdb::AddressQuery(path, codes(genreText, 3, "--genre"), c.limit); }});
+        {q, [&] { return navdb::AddressQuery(path, codes(genreText, 3, "--genre"), c.window); }});
 
     q = Query(app, "zip", "the place of a postal code", c);
     q->add_option("CODE", text, "NNN-NNNN, NNNNNNN or NNN")->required();
@@ -113,7 +114,7 @@ int main(int argc, char** argv) {
 
     q = Query(app, "parking", "car parks allied with a facility", c);
     q->add_option("POI", text, "POI id of the facility")->required();
-    queries.push_back({q, [&] { return navdb::ParkingQuery(id(), c.limit); }});
+    queries.push_back({q, [&] { return navdb::ParkingQuery(id(), c.window); }});
 
     q = Query(app, "arrival", "arrival points of a POI", c);
     q->add_option("POI", text, "POI id")->required();
