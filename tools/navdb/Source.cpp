@@ -8,8 +8,6 @@
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <set>
-#include <sstream>
 
 #include "PhoneNumber.h"
 #include "TextTools.h"
@@ -200,8 +198,7 @@ void LoadPois(const json& all, Source* s) {
         for (size_t g = 0; g < genre.size(); ++g) p.poi.genre[g] = r.IntOf("genre", genre[g], 62);
         p.genre5 = r.Int("genre5", 254, 255);
         if (p.genre5 != 255 && genre.empty()) r.Fail("genre5", "needs a genre");
-        r.Phone("tel", mapdb::PhoneKeyRule(phone_key::Directory), false, &p.poi.tel);
-        p.tel = r.Text("tel", false, false);
+        p.tel = r.Phone("tel", phone_key::Directory, false, &p.poi.tel);
         r.Position(&p.poi.latMs, &p.poi.lonMs);
         p.poi.attr = static_cast<uint8_t>(r.Int("attr", 255, 0));
         const json& arrivals = r.Array("arrivals", false);
@@ -377,7 +374,7 @@ void LoadDirectory(const json& all, const std::string& file,
         Rec r(Where(file, i), all[i]);
         mapdb::HomePhoneEntry e;
         uint32_t key = 0;
-        e.number = r.Phone("tel", mapdb::PhoneKeyRule(phone_key::Directory), true, &key);
+        e.number = r.Phone("tel", phone_key::Directory, true, &key);
         r.Label("tel", e.number);
         r.Only({"tel", "reading", "text", "lat", "lon", "attr"});
         e.reading = r.Reading("reading", false);
