@@ -1,0 +1,160 @@
+// navdb: builds a database folder from JSON source data ("navdb build") and runs any search
+// on one ("navdb kana", "navdb genre", ...). Exit codes: 0 done or found, 1 not found,
+// 2 bad input, a refused source or a missing database.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <functional>
+
+#include "Build.h"
+#include "Generate.h"
+#include "Queries.h"
+
+namespace {
+
+struct Common {
+    std::string db;
+    bool json = false;
+    navdb::Window window;
+};
+
+CLI::App* Query(CLI::App& app, const char* name, const char* what, Common& c) {
+    CLI::App* sub = app.add_subcommand(name, what);
+    sub->add_option("--db", c.db, "database folder")->required();
+    sub->add_flag("--json", c.json, "print one JSON object instead of tables");
+    sub->add_option("--limit", c.window.limit, "list at most this many records (default 50)");
+    sub->add_option("--start", c.window.start, "list from this position of the hits (default 0)");
+    return sub;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"navdb: build a navigation search database from JSON and search it"};
+    app.require_subcommand(1);
+    Common c;
+
+    navdb::BuildOptions build;
+    build.release = navdb::DefaultRelease();
+    CLI::App* buildCmd =
+        app.add_subcommand("build", "compile a source folder into a database folder");
+    buildCmd->add_option("SOURCE", build.source, "folder of JSON source files")->required();
+    buildCmd->add_option("DB", build.db, "database folder to write")->required();
+    buildCmd->add_option("--release", build.release,
+                         "version stamp of every data file (1-9 characters)");
+    buildCmd->add_flag("--force", build.force, "replace an existing database");
+    buildCmd->add_flag("--quiet", build.quiet, "no progress on stderr");
+
+    size_t genCount = 0;
+    std::string genDir;
+    CLI::App* genCmd = app.add_subcommand("gen-source", "write a generated source folder");
+    genCmd->group("");  // for measurements; not listed
+    genCmd->add_option("N", genCount, "number of POIs")->required();
+    genCmd->add_option("DIR", genDir, "folder to write")->required();
+
+    std::string text, genreText, path;
+    std::vector<std::string> words;
+    double lat = 0, lon = 0, radius = 0;
+    bool device = false;
+    std::vector<std::pair<CLI::App*, std::function<navdb::Report()>>> queries;
+    auto codes = [](const std::string& t, size_t max, const char* what) {
+        return navdb::ParseCodes(t, max, what);
+    };
+    auto id = [&] { return navdb::ParseNumber(text, "POI id"); };
+
+    CLI::App* q = Query(app, "kana", "POIs by reading; shows the keys that may follow", c);
+    q->add_option("READING", text, "kana (hiragana or katakana); empty for the first key")
+        ->required();
+    q->add_option("--genre", genreText, "genre filter g1[,g2[,g3[,g4]]]");
+    queries.push_back(
+        {q, [&] { return navdb::KanaQuery(text, codes(genreText, 4, "--genre"), c.window); }});
+
+    q = Query(app, "genre", "POIs of a genre key, and the codes of the next level", c);
+    q->add_option("LEVELS", words, "up to five codes, level 1 first");
+    queries.push_back({q, [&] {
+                           std::string joined;
+                           for (const std::string& w : words)
+                               joined += (joined.empty() ? "" : ",") + w;
+                           return navdb::GenreQuery(codes(joined, 5, "genre levels"), c.window);
+                       }});
+
+    q = Query(app, "near", "POIs of a genre class around a point, nearest first", c);
+    q->add_option("LAT", lat, "latitude, decimal degrees")->required();
+    q->add_option("LON", lon, "longitude, decimal degrees")->required();
+    q->add_option("RADIUS", radius, "metres (at most 50000)")->required();
+    q->add_option("GENRE", genreText, "class 0-31[,level 2[,level 3]]")->required();
+    queries.push_back({q, [&] {
+                           return navdb::NearQuery(lat, lon, radius, codes(genreText, 3, "genre"),
+                                                   c.window);
+                       }});
+
+    std::string reading;
+    q = Query(app, "phone", "a telephone number: POIs, companies, households or the area point", c);
+    q->add_option("NUMBER", text, "digits as typed")->required();
+    q->add_option("--reading", reading, "households: the name reading to match");
+    queries.push_back({q, [&] { return navdb::PhoneQuery(text, reading, c.window); }});
+
+    q = Query(app, "address", "the address list at a path of list positions", c);
+    q->add_option("--path", path, "positions chosen level by level, e.g. 12/3/5");
+    q->add_option("--genre", genreText, "refinement genre g1,g2,g3");
+    queries.push_back(
+        {q, [&] { return navdb::AddressQuery(path, codes(genreText, 3, "--genre"), c.window); }});
+
+    q = Query(app, "zip", "the place of a postal code", c);
+    q->add_option("CODE", text, "NNN-NNNN, NNNNNNN or NNN")->required();
+    queries.push_back({q, [&] { return navdb::ZipQuery(text); }});
+
+    q = Query(app, "convaddr", "the address of an area code", c);
+    q->add_option("CODES", words, "two or three numbers")->required();
+    queries.push_back({q, [&] {
+                           std::vector<uint32_t> v;
+                           for (const std::string& w : words)
+                               v.push_back(navdb::ParseNumber(w, "area code"));
+                           return navdb::ConvAddrQuery(v);
+                       }});
+
+    q = Query(app, "parking", "car parks allied with a facility", c);
+    q->add_option("POI", text, "POI id of the facility")->required();
+    queries.push_back({q, [&] { return navdb::ParkingQuery(id(), c.window); }});
+
+    q = Query(app, "arrival", "arrival points of a POI", c);
+    q->add_option("POI", text, "POI id")->required();
+    queries.push_back({q, [&] { return navdb::ArrivalQuery(id()); }});
+
+    q = Query(app, "sapa", "service or parking area information", c);
+    q->add_option("ID", text, "ten-character id")->required();
+    queries.push_back({q, [&] { return navdb::SapaQuery(text); }});
+
+    q = Query(app, "intro", "opening hours, closing days and extra attributes of a facility", c);
+    q->add_option("POI", text, "POI id")->required();
+    queries.push_back({q, [&] { return navdb::IntroQuery(id()); }});
+
+    q = Query(app, "pref", "a prefecture and its neighbours", c);
+    q->add_option("ID", text, "prefecture id (1-47; 0-46 with --device)")->required();
+    q->add_flag("--device", device, "the id is a device id");
+    queries.push_back(
+        {q, [&] { return navdb::PrefQuery(navdb::ParseNumber(text, "prefecture id"), device); }});
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? 0 : 2;
+    }
+    if (buildCmd->parsed()) return navdb::Build(build);
+    if (genCmd->parsed()) return navdb::GenerateSource(genCount, genDir);
+    for (auto& [cmd, run] : queries) {
+        if (!cmd->parsed()) continue;
+        try {
+            navdb::OpenDatabase(c.db);
+            const navdb::Report report = run();
+            navdb::Print(report, c.json);
+            return report.found ? 0 : 1;
+        } catch (const navdb::BadInput& e) {
+            fprintf(stderr, "navdb: %s\n", e.what());
+            return 2;
+        } catch (const std::exception& e) {
+            fprintf(stderr, "navdb: %s failed: %s\n", cmd->get_name().c_str(), e.what());
+            return 2;
+        }
+    }
+    return 2;
+}
