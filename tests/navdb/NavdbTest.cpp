@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <tuple>
 #include <iterator>
 #include <nlohmann/json.hpp>
 
@@ -334,6 +335,32 @@ TEST_F(NavdbTool, ReplacesADatabaseOnlyWhenForcedAndOnlyOnSuccess) {
     EXPECT_EQ(1, RunNavdb(dir, "kana とうきょう --db " + db).code);
     EXPECT_EQ("R0001", Slurp(db + "/BASE/B186.IDX").substr(0, 5));
     EXPECT_EQ(1u, Entries(dir.path(), "db"));  // no temporary or old folder left
+}
+
+}  // namespace
+
+namespace {
+
+// The demo from the committed cut of the open data: built, searched, verified, pictures drawn.
+TEST(NavdbDemo, BuildsFromTheCutAndDrawsItsPictures) {
+    if (std::string(NAVDB_BINARY).empty()) GTEST_SKIP() << "navdb is not built";
+    mapdb::TempDir dir;
+    const Outcome r = RunNavdb(dir, "demo --quiet " + dir / "demo" + " --data " +
+                                        std::string(TESTS_SOURCE_DIR) + "/../tools/navdb/demo/cut");
+    ASSERT_EQ(0, r.code) << r.err << r.out;
+    EXPECT_NE(std::string::npos, r.out.find("findings:   0")) << r.out;
+    for (const auto& [file, w, h] : {std::tuple{"exit.png", 480, 240}, {"sign.png", 400, 200}}) {
+        int pw = 0, ph = 0, n = 0;
+        unsigned char* px = stbi_load((dir / "demo/" + file).c_str(), &pw, &ph, &n, 3);
+        ASSERT_NE(nullptr, px) << file;
+        EXPECT_EQ(w, pw);
+        EXPECT_EQ(h, ph);
+        stbi_image_free(px);
+    }
+    const Outcome zip = RunNavdb(dir, "zip 1600022 --json --db " + dir / "demo/db");
+    EXPECT_EQ(0, zip.code);
+    const Outcome pref = RunNavdb(dir, "pref 13 --json --db " + dir / "demo/db");
+    EXPECT_EQ("神奈川", json::parse(pref.out)["prefectures"][2]["name"]) << pref.out;
 }
 
 }  // namespace

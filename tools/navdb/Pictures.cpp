@@ -95,10 +95,8 @@ void WritePng(const unsigned char* bmp, size_t size, const std::string& path) {
             px[2] = static_cast<unsigned char>(b << 3 | b >> 2);
         }
     }
-    if (!stbi_write_png(path.c_str(), static_cast<int>(width), static_cast<int>(height), 3,
-                        rgb.data(), static_cast<int>(width * 3))) {
+    if (!WriteRgbPng(path, static_cast<int>(width), static_cast<int>(height), rgb))
         throw std::runtime_error("cannot write " + path);
-    }
 }
 
 Report PictureReport(const char* what, uint32_t kind, uint32_t number, unsigned short w,
@@ -114,6 +112,12 @@ Report PictureReport(const char* what, uint32_t kind, uint32_t number, unsigned 
 }
 
 }  // namespace
+
+bool WriteRgbPng(const std::string& path, int width, int height,
+                 const std::vector<unsigned char>& rgb) {
+    return rgb.size() == static_cast<size_t>(width) * static_cast<size_t>(height) * 3 &&
+           stbi_write_png(path.c_str(), width, height, 3, rgb.data(), width * 3) != 0;
+}
 
 StringId ParseStringId(const std::string& text, const std::string& what) {
     const size_t colon = text.find(':');

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "Output.h"
 
@@ -31,5 +32,9 @@ Report ImageQuery(uint32_t kind, uint32_t number, const StringId& name1, const S
                   uint32_t direction, const std::string& png);
 // The SA/PA map picture `number`, written as PNG.
 Report SapaMapQuery(uint32_t number, const std::string& png);
+
+// Writes `rgb` (8-bit red, green, blue per pixel, rows top first) as a PNG file; false on failure.
+bool WriteRgbPng(const std::string& path, int width, int height,
+                 const std::vector<unsigned char>& rgb);
 
 }  // namespace navdb

