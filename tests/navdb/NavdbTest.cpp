@@ -4,13 +4,13 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
-#include <tuple>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <tuple>
 
 #define STB_IMAGE_STATIC
 #define STB_IMAGE_IMPLEMENTATION
@@ -63,9 +63,9 @@ class NavdbTool : public testing::Test {
 protected:
     static void SetUpTestSuite() {
         if (std::string(NAVDB_BINARY).empty()) GTEST_SKIP() << "navdb is not built";
-        const Outcome r = RunNavdb(
-            scratch_,
-            "build --quiet --release T0001 " + std::string(TESTS_SOURCE_DIR) + "/navdb/data " + db_);
+        const Outcome r =
+            RunNavdb(scratch_, "build --quiet --release T0001 " + std::string(TESTS_SOURCE_DIR) +
+                                   "/navdb/data " + db_);
         ASSERT_EQ(0, r.code) << r.err;
     }
     void SetUp() override {
@@ -241,18 +241,20 @@ TEST_F(NavdbTool, VerifyFindsEveryDamagedFile) {
         f.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     };
     const struct {
-        std::string file;                          // damaged
+        std::string file;  // damaged
         std::function<void(const std::string&)> damage;
-        std::string reported;                      // the file named in the finding
+        std::string reported;  // the file named in the finding
         bool versionFails;
     } cases[] = {
         {"ZIPCODE/CZ.DAT", [&](const std::string& f) { overwrite(f, 0, "X"); }, "ZIPCODE/CZ.DAT",
          true},
-        {"GUIDANCE/EXIT.IMG", [](const std::string& f) { fs::resize_file(f, fs::file_size(f) - 5); },
+        {"GUIDANCE/EXIT.IMG",
+         [](const std::string& f) { fs::resize_file(f, fs::file_size(f) - 5); },
          "GUIDANCE/EXIT.IDX", false},
         {"SIGNPOST/SIGNPICT.DAT", [](const std::string& f) { fs::remove(f); },
          "SIGNPOST/SIGNPICT.DAT", false},
-        {"KANAMA/KANAMA.DAT", [](const std::string& f) { fs::resize_file(f, fs::file_size(f) - 30); },
+        {"KANAMA/KANAMA.DAT",
+         [](const std::string& f) { fs::resize_file(f, fs::file_size(f) - 30); },
          "KANAMA/KANAMA.IDX", false},
         {"BASE/B181.DAT", [&](const std::string& f) { overwrite(f, 20, "\xff\xff\xff\xff"); },
          "BASE/B181.DAT", false},
@@ -299,6 +301,14 @@ TEST_F(NavdbTool, RefusalsNameTheRecordAndLeaveNothing) {
          "pois.json: record 0 (id \"c\"): field \"nmae\": unknown field"},
         {"parking.json", R"([{"facility": "zz", "parking": []}])",
          "parking.json: record 0: field \"facility\": no POI"},
+        {"pictures.json", R"([{"kind": "EXIT", "number": 1, "png": "none.png"}])",
+         "pictures.json: record 0 (kind \"EXIT\") (number \"1\"): field \"png\""},
+        {"pictures.json", R"([{"kind": "EXIT2", "number": 1, "png": "none.png"}])",
+         "pictures.json: record 0 (kind \"EXIT2\") (number \"1\"): field \"kind\""},
+        {"signs.json", R"([{"record": "arrow", "type": 2, "direction": 4, "png": "a.png"}])",
+         "signs.json: record 0 (record \"arrow\"): field \"direction\""},
+        {"strings.json", R"([{"selector": 1, "strings": []}, {"selector": 1, "strings": []}])",
+         "strings.json: record 1 (selector \"1\"): field \"selector\": already used"},
         // Found only by the writer, after other data sets were written.
         {"zipcodes.json", R"([{"code": "1000005", "lat": 35, "lon": 139}, {"code": "100-0005",
          "lat": 35, "lon": 139}])",

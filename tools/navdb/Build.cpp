@@ -15,9 +15,9 @@
 #include <map>
 #include <set>
 
+#include "FontWriter.h"
 #include "GenreWriter.h"
 #include "KanaWriter.h"
-#include "FontWriter.h"
 #include "PhoneNumber.h"
 #include "Source.h"
 #include "VicinityWriter.h"

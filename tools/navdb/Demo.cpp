@@ -56,7 +56,8 @@ public:
     // to six decimals.
     std::pair<double, double> Around(double lat, double lon, double radius) {
         const double a = 2 * kPi * Unit(), r = radius * std::sqrt(Unit());
-        const double la = lat + r * std::sin(a), lo = lon + r * std::cos(a) / std::cos(lat * kPi / 180);
+        const double la = lat + r * std::sin(a),
+                     lo = lon + r * std::cos(a) / std::cos(lat * kPi / 180);
         return {std::round(la * 1e6) / 1e6, std::round(lo * 1e6) / 1e6};
     }
 
@@ -153,7 +154,8 @@ void DrawPictures(const std::string& dir) {
     bool ok = WriteRgbPng(dir + "/exit.png", w, h, exit) &&
               WriteRgbPng(dir + "/sign.png", 400, 200, sign);
     for (int d = 0; d < 3; ++d)
-        ok = ok && WriteRgbPng(dir + "/arrow" + std::to_string(d + 1) + ".png", 400, 200, arrows[d]);
+        ok =
+            ok && WriteRgbPng(dir + "/arrow" + std::to_string(d + 1) + ".png", 400, 200, arrows[d]);
     if (!ok) throw std::runtime_error("cannot write the pictures in " + dir);
 }
 
@@ -226,15 +228,18 @@ void WriteSource(const std::string& data, const std::string& src, bool quiet) {
         const std::string code = std::string(pref < 10 ? "0" : "") + std::to_string(pref);
         const json& row = prefs.at(code);
         const double lat = kOffices[pref - 1][0], lon = kOffices[pref - 1][1];
-        json item = {{"name", row[0]}, {"reading", row[1]}, {"code", pref}, {"lat", lat},
-                     {"lon", lon}, {"children", json::array()}};
+        json item = {{"name", row[0]}, {"reading", row[1]}, {"code", pref},
+                     {"lat", lat},     {"lon", lon},        {"children", json::array()}};
         std::vector<City>& list = byPref[pref];
         std::sort(list.begin(), list.end(), [](const City& a, const City& b) {
             return mapdb::ReadingToHalfKana(a.reading) < mapdb::ReadingToHalfKana(b.reading);
         });
         for (const City& c : list) {
-            json city = {{"name", c.name}, {"reading", c.reading}, {"lat", c.lat},
-                         {"lon", c.lon}, {"children", json::array()}};
+            json city = {{"name", c.name},
+                         {"reading", c.reading},
+                         {"lat", c.lat},
+                         {"lon", c.lon},
+                         {"children", json::array()}};
             for (const Town& t : c.towns)
                 city["children"].push_back({{"name", t.name}, {"lat", t.lat}, {"lon", t.lon}});
             item["children"].push_back(std::move(city));
@@ -275,7 +280,8 @@ void WriteSource(const std::string& data, const std::string& src, bool quiet) {
         for (const City& c : byPref[pref]) {
             for (const Kind& k : kinds) {
                 const bool shop = k.genre == 4;
-                const std::string name = shop ? std::string(k.name) + c.name + "店" : c.name + k.name;
+                const std::string name =
+                    shop ? std::string(k.name) + c.name + "店" : c.name + k.name;
                 const std::string reading =
                     shop ? std::string(k.reading) + c.reading + "てん" : c.reading + k.reading;
                 auto [lat, lon] = place.Around(c.lat, c.lon, 0.02);
@@ -312,7 +318,9 @@ void WriteSource(const std::string& data, const std::string& src, bool quiet) {
                            {{"kind", "BRANCH"}, {"number", 1}, {"png", "pictures/exit.png"}}};
     json signs = {{{"record", "picture"}, {"type", 2}, {"png", "pictures/sign.png"}}};
     for (int d = 1; d <= 3; ++d)
-        signs.push_back({{"record", "arrow"}, {"type", 2}, {"direction", d},
+        signs.push_back({{"record", "arrow"},
+                         {"type", 2},
+                         {"direction", d},
                          {"png", "pictures/arrow" + std::to_string(d) + ".png"}});
     for (int pref = 1; pref <= 47; ++pref) {
         json n = json::array();

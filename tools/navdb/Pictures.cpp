@@ -66,8 +66,8 @@ bool Exists(const std::string& path) {
 }
 
 std::string Utf8Of(const unsigned char* sjis, size_t n) {
-    return mapdb::SjisToUtf8(std::string(reinterpret_cast<const char*>(sjis), strnlen(
-                                                                                 reinterpret_cast<const char*>(sjis), n)));
+    return mapdb::SjisToUtf8(std::string(reinterpret_cast<const char*>(sjis),
+                                         strnlen(reinterpret_cast<const char*>(sjis), n)));
 }
 
 // A library bitmap (BMP header, RGB565 rows padded to four bytes, top-down when the height is
@@ -160,8 +160,8 @@ Report VersionQuery() {
     }
     const std::string engineText(reinterpret_cast<char*>(engine));
     out.found = agree;
-    out.json = {{"engine", engineText}, {"release", release}, {"consistent", agree},
-                {"kinds", kinds}};
+    out.json = {
+        {"engine", engineText}, {"release", release}, {"consistent", agree}, {"kinds", kinds}};
     out.fields = {{"engine", engineText},
                   {"release", release.empty() ? "(none)" : release},
                   {"consistent", agree ? "yes" : "no"}};
@@ -186,14 +186,12 @@ Report StringQuery(uint32_t selector, uint32_t number) {
     const std::string stored(reinterpret_cast<char*>(raw), n);
     const std::string text = encoding == 2 ? mapdb::SjisToUtf8(stored) : stored;
     char parts[3][CSearchStringProc::kUtf8Size] = {};
-    const unsigned long count = strings.SearchProc(parts[0], parts[1], parts[2],
-                                                   static_cast<unsigned char>(selector), number, 0,
-                                                   0, 0);
+    const unsigned long count = strings.SearchProc(
+        parts[0], parts[1], parts[2], static_cast<unsigned char>(selector), number, 0, 0, 0);
     json partList = json::array();
     for (unsigned long k = 0; k < count && k < 3; ++k) partList.push_back(parts[k]);
     const char* enc = encoding == 2 ? "SJIS" : "UTF8";
-    out.json.update(
-        {{"text", text}, {"encoding", enc}, {"extra", extra}, {"parts", partList}});
+    out.json.update({{"text", text}, {"encoding", enc}, {"extra", extra}, {"parts", partList}});
     out.fields.insert(out.fields.end(), {{"text", text},
                                          {"encoding", enc},
                                          {"extra", std::to_string(extra)},
@@ -205,8 +203,8 @@ uint32_t ParsePictureKind(const std::string& text) {
     static const struct {
         const char* word;
         uint32_t kind;
-    } words[] = {{"INIC", 0},       {"BRANCH", 4},     {"GRADE", 8},     {"ETC", 9},
-                 {"ETC2", 10},      {"REALCROSS", 11}, {"PROPERJCT", 12}, {"EXIT", 13},
+    } words[] = {{"INIC", 0},         {"BRANCH", 4},     {"GRADE", 8},      {"ETC", 9},
+                 {"ETC2", 10},        {"REALCROSS", 11}, {"PROPERJCT", 12}, {"EXIT", 13},
                  {"SIGN", kSignKind}, {"ENTRANCE", 15}};
     for (const auto& w : words) {
         if (strcasecmp(text.c_str(), w.word) == 0) return w.kind;
@@ -221,15 +219,15 @@ Report ImageQuery(uint32_t kind, uint32_t number, const StringId& name1, const S
     unsigned short w = 0, h = 0;
     const NDB_GUIDE_STRING_ID id1 = {name1.selector, name1.number},
                               id2 = {name2.selector, name2.number};
-    const unsigned long size = guidance.GetImage(nullptr, &w, &h, kind, number, direction, id1,
-                                                 id2, 0);
+    const unsigned long size =
+        guidance.GetImage(nullptr, &w, &h, kind, number, direction, id1, id2, 0);
     if (size == 0) throw BadInput("picture kind " + std::to_string(kind) + " is not served");
     std::vector<unsigned char> bmp(size);
     if (guidance.GetImage(bmp.data(), &w, &h, kind, number, direction, id1, id2, 0) != 1) {
         Report out;
         out.json = {{"kind", kind}, {"number", number}, {"found", false}};
-        out.fields = {{"kind", std::to_string(kind)}, {"number", std::to_string(number)},
-                      {"found", "no"}};
+        out.fields = {
+            {"kind", std::to_string(kind)}, {"number", std::to_string(number)}, {"found", "no"}};
         return out;
     }
     WritePng(bmp.data(), bmp.size(), png);

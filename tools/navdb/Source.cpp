@@ -19,11 +19,9 @@ namespace navdb {
 using json = nlohmann::json;
 
 const mapdb::GuidanceKind kPictureKinds[9] = {
-    mapdb::GuidanceKind::kInic,      mapdb::GuidanceKind::kBranch,
-    mapdb::GuidanceKind::kGrade,     mapdb::GuidanceKind::kEtc,
-    mapdb::GuidanceKind::kEtc2,      mapdb::GuidanceKind::kRealcross,
-    mapdb::GuidanceKind::kProperJct, mapdb::GuidanceKind::kExit,
-    mapdb::GuidanceKind::kEntrance};
+    mapdb::GuidanceKind::kInic,      mapdb::GuidanceKind::kBranch, mapdb::GuidanceKind::kGrade,
+    mapdb::GuidanceKind::kEtc,       mapdb::GuidanceKind::kEtc2,   mapdb::GuidanceKind::kRealcross,
+    mapdb::GuidanceKind::kProperJct, mapdb::GuidanceKind::kExit,   mapdb::GuidanceKind::kEntrance};
 
 bool DegreesToMs(double degrees, uint32_t* ms) {
     if (!std::isfinite(degrees) || degrees <= 0 || degrees >= 360) return false;
@@ -488,19 +486,19 @@ void LoadPictures(const json& all, const std::string& folder, Source* s) {
         mapdb::PictureSource p;
         p.number = r.Int("number", 999999, 0, true);
         r.Label("number", std::to_string(p.number));
-        p.picture = Png(r, "png", folder);
-        if (word == "SAPA") {
-            s->sapaMaps.push_back(std::move(p));
-            continue;
-        }
         const mapdb::GuidanceKind* kind = nullptr;
         for (const mapdb::GuidanceKind& k : kPictureKinds) {
             if (word == mapdb::GuidanceKindWord(k)) kind = &k;
         }
-        if (kind == nullptr) {
+        if (kind == nullptr && word != "SAPA") {
             r.Fail("kind",
                    "not a picture kind (INIC, BRANCH, GRADE, ETC, ETC2, REALCROSS, PROPERJCT, "
                    "EXIT, ENTRANCE, SAPA)");
+        }
+        p.picture = Png(r, "png", folder);
+        if (kind == nullptr) {
+            s->sapaMaps.push_back(std::move(p));
+            continue;
         }
         auto it = std::find_if(s->pictureKinds.begin(), s->pictureKinds.end(),
                                [&](const PictureKind& pk) { return pk.kind == *kind; });

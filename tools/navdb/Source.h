@@ -92,7 +92,7 @@ struct Source {
     std::vector<ParkingRecord> parking;
     bool hasFacilities = false;
     std::vector<FacilityRecord> facilities;
-    bool hasPictures = false;         // pictures.json
+    bool hasPictures = false;               // pictures.json
     std::vector<PictureKind> pictureKinds;  // in the order of their first picture
     std::vector<mapdb::PictureSource> sapaMaps;
     bool hasSigns = false;

@@ -26,9 +26,9 @@ using json = nlohmann::json;
 
 namespace {
 
-constexpr uint64_t kHeader = 16;   // version header of every stamped file
-constexpr size_t kStamp = 9;       // the version bytes at its start
-constexpr uint64_t kIndexMax = 64u << 20;  // index files are read whole up to this size
+constexpr uint64_t kHeader = 16;                // version header of every stamped file
+constexpr size_t kStamp = 9;                    // the version bytes at its start
+constexpr uint64_t kIndexMax = 64u << 20;       // index files are read whole up to this size
 constexpr unsigned long kBlockMax = 16u << 20;  // no stored block decodes to more
 
 // A byte range of an open file: a whole file, or a file packed inside a pack folder's data.
@@ -112,9 +112,9 @@ std::string Printable(const std::string& s) {
 // Pack folders: their .IDX lists the packed files (12-byte name, u32 offset, u32 size, in
 // strcmp order) and carries no version of its own.
 bool IsPackIndex(const std::string& rel) {
-    static const std::set<std::string> kPacks = {
-        "ADDINFO", "GENRE", "HOMEPHONE", "KANAMA", "PHONEPOINT", "REFINE", "TELEPHONE",
-        "VICINITY", "VOLIST"};
+    static const std::set<std::string> kPacks = {"ADDINFO",   "GENRE",      "HOMEPHONE",
+                                                 "KANAMA",    "PHONEPOINT", "REFINE",
+                                                 "TELEPHONE", "VICINITY",   "VOLIST"};
     const fs::path p(rel);
     const std::string folder = p.parent_path().string(), stem = p.stem().string();
     if (p.extension() != ".IDX") return false;
@@ -157,7 +157,8 @@ void Checker::Containers(const Slice& cnt, const Slice& dat) {
                 std::unique_ptr<unsigned char[]> out(codec::DecodeToNewBuffer(
                     &decoder_, block.data(), static_cast<unsigned long>(block.size()), &len,
                     kBlockMax));
-                if (!out) Find(dat.name, "container at " + std::to_string(prev) + " does not decode");
+                if (!out)
+                    Find(dat.name, "container at " + std::to_string(prev) + " does not decode");
             }
         }
         prev = offset;
@@ -191,7 +192,8 @@ void Checker::Pictures(const Slice& idx, const Slice& img) {
         std::unique_ptr<unsigned char[]> out(codec::DecodeToNewBuffer(
             &decoder_, block.data(), static_cast<unsigned long>(block.size()), &len, kBlockMax));
         if (!out || len < 4 ||
-            len != 4 + uint64_t{bytes::ReadU16LE(out.get())} * bytes::ReadU16LE(out.get() + 2) * 2) {
+            len !=
+                4 + uint64_t{bytes::ReadU16LE(out.get())} * bytes::ReadU16LE(out.get() + 2) * 2) {
             Find(img.name, where + ": block does not decode to its width x height pixels");
         }
     }
@@ -212,7 +214,8 @@ void Checker::Strings(const Slice& idx, const Slice& dat) {
         const uint64_t offset = bytes::ReadU32LE(&index[at + 10]);
         const std::string where = "string " + std::to_string(number + 1);
         if (at > kHeader && number <= prev) Find(idx.name, where + ": number out of order");
-        if (offset < kHeader || offset > dat.size) Find(idx.name, where + ": offset leaves " + dat.name);
+        if (offset < kHeader || offset > dat.size)
+            Find(idx.name, where + ": offset leaves " + dat.name);
         prev = number;
     }
 }
@@ -288,15 +291,33 @@ void Checker::PackFolder(const std::string& idxRel) {
 
 void Checker::Kinds() {
     CVersionProc versions;
-    static const char* const kFirst[27] = {
-        "ADDRESS/A", "ZIPCODE/Z.DAT", "ZIPCODE/CZ.DAT", "CONVADDR/CA.DAT", "BASE/B177.IDX",
-        "ARRIVAL/ARV.DAT", "PARKING/TK.DAT", "KANAMA/KANAMA.DAT", "TELEPHONE/TELEPHONE.DAT",
-        "HOMEPHONE/HOMEPHONE.DAT", "GENRE/GENRE.DAT", "GENRE/GENREDATA.DAT",
-        "INTERSECTION/INTERSECTION.DAT", "REFINE/REFINE.DAT", "VICINITY/VICINITY.DAT",
-        "SAPAINFO/SAPAID.IDX", "SIGNPOST/SIGNDATA.IDX", "GUIDANCE/BRANCH.IDX",
-        "VICINITYPREF/VP.DAT", "PHONEPOINT/PHONEPOINT.DAT", "SAPAINFO/SAPA.IMG",
-        "VOLIST/VOLIST.DAT", "STRINGDB/GDESTR01.IDX", "ADDINFO/ADDINFO.DAT", "CHANNEL/AM.BIN",
-        nullptr, nullptr};
+    static const char* const kFirst[27] = {"ADDRESS/A",
+                                           "ZIPCODE/Z.DAT",
+                                           "ZIPCODE/CZ.DAT",
+                                           "CONVADDR/CA.DAT",
+                                           "BASE/B177.IDX",
+                                           "ARRIVAL/ARV.DAT",
+                                           "PARKING/TK.DAT",
+                                           "KANAMA/KANAMA.DAT",
+                                           "TELEPHONE/TELEPHONE.DAT",
+                                           "HOMEPHONE/HOMEPHONE.DAT",
+                                           "GENRE/GENRE.DAT",
+                                           "GENRE/GENREDATA.DAT",
+                                           "INTERSECTION/INTERSECTION.DAT",
+                                           "REFINE/REFINE.DAT",
+                                           "VICINITY/VICINITY.DAT",
+                                           "SAPAINFO/SAPAID.IDX",
+                                           "SIGNPOST/SIGNDATA.IDX",
+                                           "GUIDANCE/BRANCH.IDX",
+                                           "VICINITYPREF/VP.DAT",
+                                           "PHONEPOINT/PHONEPOINT.DAT",
+                                           "SAPAINFO/SAPA.IMG",
+                                           "VOLIST/VOLIST.DAT",
+                                           "STRINGDB/GDESTR01.IDX",
+                                           "ADDINFO/ADDINFO.DAT",
+                                           "CHANNEL/AM.BIN",
+                                           nullptr,
+                                           nullptr};
     for (unsigned long kind = 0; kind < 27; ++kind) {
         if (kFirst[kind] == nullptr || !fs::exists(root_ + "/" + kFirst[kind])) continue;
         unsigned char v[CVersionProc::kVersionSize] = {};
@@ -341,17 +362,23 @@ void Checker::Run() {
         const bool guidance = rel.rfind("GUIDANCE/", 0) == 0 || rel == "SAPAINFO/SAPA.IDX";
         if (ext == ".IDX" && guidance) {
             const Slice img = Open(sibling(rel, ".IMG"));
-            if (img.fd < 0) Find(sibling(rel, ".IMG"), "missing (its index is there)");
-            else Pictures(s, img);
+            if (img.fd < 0)
+                Find(sibling(rel, ".IMG"), "missing (its index is there)");
+            else
+                Pictures(s, img);
         } else if (ext == ".IDX" && rel.rfind("STRINGDB/", 0) == 0) {
             const Slice dat = Open(sibling(rel, ".DAT"));
-            if (dat.fd < 0) Find(sibling(rel, ".DAT"), "missing (its index is there)");
-            else Strings(s, dat);
+            if (dat.fd < 0)
+                Find(sibling(rel, ".DAT"), "missing (its index is there)");
+            else
+                Strings(s, dat);
         } else if (ext == ".CNT") {
             const Slice dat = Open(sibling(rel, ".DAT"));
             if (!present.count(sibling(rel, ".IDX"))) Find(sibling(rel, ".IDX"), "missing");
-            if (dat.fd < 0) Find(sibling(rel, ".DAT"), "missing (its container table is there)");
-            else Containers(s, dat);
+            if (dat.fd < 0)
+                Find(sibling(rel, ".DAT"), "missing (its container table is there)");
+            else
+                Containers(s, dat);
         }
     }
     if (fs::exists(root_ + "/SIGNPOST", ec)) Signs();

@@ -155,8 +155,9 @@ int main(int argc, char** argv) {
     std::string kindText, png, name1 = "0:0", name2 = "0:0";
     uint32_t direction = 0;
     q = Query(app, "image", "a guidance picture or sign post, written as PNG", c);
-    q->add_option("KIND", kindText, "0-15 or INIC, BRANCH, GRADE, ETC, ETC2, REALCROSS, "
-                                    "PROPERJCT, EXIT, SIGN (14), ENTRANCE")
+    q->add_option("KIND", kindText,
+                  "0-15 or INIC, BRANCH, GRADE, ETC, ETC2, REALCROSS, "
+                  "PROPERJCT, EXIT, SIGN (14), ENTRANCE")
         ->required();
     q->add_option("NUMBER", text, "picture number (the sign number for sign posts)")->required();
     q->add_option("-o,--output", png, "PNG file to write")->required();
@@ -174,10 +175,8 @@ int main(int argc, char** argv) {
     q = Query(app, "sapamap", "an SA/PA map picture, written as PNG", c);
     q->add_option("NUMBER", text, "picture number")->required();
     q->add_option("-o,--output", png, "PNG file to write")->required();
-    queries.push_back({q, [&] {
-                           return navdb::SapaMapQuery(navdb::ParseNumber(text, "picture number"),
-                                                      png);
-                       }});
+    queries.push_back(
+        {q, [&] { return navdb::SapaMapQuery(navdb::ParseNumber(text, "picture number"), png); }});
 
     std::string verifyDb;
     bool verifyJson = false;
