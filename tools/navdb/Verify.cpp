@@ -47,13 +47,11 @@ struct Slice {
 class Checker {
 public:
     explicit Checker(std::string root) : root_(std::move(root)) {}
-    ~Checker() {
-        for (const auto& [path, fd] : fds_) close(fd);
-    }
+    ~Checker() { CloseAll(); }
 
     void Run();
     const std::vector<std::pair<std::string, std::string>>& findings() const { return findings_; }
-    size_t files() const { return fds_.size(); }
+    size_t files() const { return opened_.size(); }
     const std::string& release() const { return release_; }
 
 private:
@@ -69,6 +67,7 @@ private:
             const int fd = open((root_ + "/" + rel).c_str(), O_RDONLY | O_CLOEXEC);
             if (fd < 0) return s;
             it = fds_.emplace(rel, fd).first;
+            opened_.insert(rel);
         }
         s.fd = it->second;
         const int64_t size = io::FileSize(s.fd);
@@ -95,7 +94,14 @@ private:
     }
 
     std::string root_;
+    // Files stay open while one file and its partners are checked (a slice refers to them).
+    void CloseAll() {
+        for (const auto& [path, fd] : fds_) close(fd);
+        fds_.clear();
+    }
+
     std::map<std::string, int> fds_;
+    std::set<std::string> opened_;
     std::vector<std::pair<std::string, std::string>> findings_;
     std::map<std::string, std::string> stamps_;  // file -> its 9 version bytes
     std::string release_;
@@ -343,6 +349,7 @@ void Checker::Run() {
         return rel.substr(0, rel.size() - 4) + ext;
     };
     for (const std::string& rel : files) {
+        CloseAll();
         if (rel.rfind("FONTAVENUE/", 0) == 0) continue;  // the font file, not stamped
         if (IsPackIndex(rel)) {
             PackFolder(rel);
@@ -381,6 +388,7 @@ void Checker::Run() {
                 Containers(s, dat);
         }
     }
+    CloseAll();
     if (fs::exists(root_ + "/SIGNPOST", ec)) Signs();
     Kinds();
     // The release is the stamp most files carry; every other stamp is reported.
