@@ -369,7 +369,12 @@ int Demo(const std::string& dir, const std::string& data, bool quiet) {
         w.limit = 5;
         Show("zip 100-0005", ZipQuery("100-0005"));
         Show("address --path 12 --limit 5", AddressQuery("12", {}, w));
-        Show("kana しんじゅく --limit 5", KanaQuery("しんじゅく", {}, w));
+        const Report kana = KanaQuery("しんじゅく", {}, w);
+        Show("kana しんじゅく --limit 5", kana);
+        if (!kana.json["pois"].empty()) {
+            const std::string tel = kana.json["pois"][0]["tel"];
+            Show("phone " + tel, PhoneQuery(tel, "", w));
+        }
         Show("near 35.6895 139.6917 20000 1 --limit 5",
              NearQuery(35.6895, 139.6917, 20000, {1}, w));
         Show("pref 13", PrefQuery(13, false));
