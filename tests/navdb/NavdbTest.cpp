@@ -4,10 +4,17 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <tuple>
+
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#include <stb_image.h>
 
 #include "TempDir.h"
 
@@ -56,8 +63,9 @@ class NavdbTool : public testing::Test {
 protected:
     static void SetUpTestSuite() {
         if (std::string(NAVDB_BINARY).empty()) GTEST_SKIP() << "navdb is not built";
-        const Outcome r = RunNavdb(
-            scratch_, "build --quiet " + std::string(TESTS_SOURCE_DIR) + "/navdb/data " + db_);
+        const Outcome r =
+            RunNavdb(scratch_, "build --quiet --release T0001 " + std::string(TESTS_SOURCE_DIR) +
+                                   "/navdb/data " + db_);
         ASSERT_EQ(0, r.code) << r.err;
     }
     void SetUp() override {
@@ -97,6 +105,7 @@ TEST_F(NavdbTool, EverySearchAnswersFromTheBuiltDatabase) {
     ASSERT_EQ(2u, station["pois"].size());
     const std::string tokyo = std::to_string(station["pois"][0]["id"].get<uint32_t>());
     const std::string parks = R"([{"name": "東京駅駐車場"}, {"name": "八重洲駐車場"}])";
+    auto png = [](const std::string& name) { return scratch_ / (name + ".png"); };
     const struct {
         std::string args;
         int code;
@@ -166,6 +175,20 @@ TEST_F(NavdbTool, EverySearchAnswersFromTheBuiltDatabase) {
         {"pref 2", 0, R"({"prefectures": [{"name": "青森"}, {"name": "岩手"}, {"name": "秋田"}]})"},
         {"pref 0 --device", 0, R"({"prefectures": [{"id": 0, "name": "北海道"}]})"},
         {"pref 4", 1, R"({"found": false})"},
+        // Strings by selector and number, stored as UTF-8 or Shift_JIS, split at "｜".
+        {"string 1 2", 0, R"({"text": "横浜｜新宿", "parts": ["横浜", "新宿"], "extra": 9})"},
+        {"string 2 1", 0, R"({"text": "首都高速", "encoding": "SJIS"})"},
+        {"string 1 3", 1, R"({"found": false})"},
+        // Pictures through the guidance entry point, written as PNG files.
+        {"image EXIT 42 --name1 1:1 --name2 1:2 -o " + png("exit"), 0,
+         R"({"kind": 13, "width": 160, "height": 80})"},
+        {"image 14 5 --direction 1 -o " + png("sign"), 0, R"({"width": 400, "height": 200})"},
+        {"image etc 7 -o " + png("etc"), 0, R"({"kind": 9, "width": 30, "height": 20})"},
+        {"image ETC 8 -o " + png("none"), 1, R"({"found": false})"},
+        {"image 1 7 -o " + png("none"), 2, ""},
+        {"image EXIT 42 --name1 1 -o " + png("none"), 2, ""},
+        {"sapamap 3 -o " + png("sapa"), 0, R"({"width": 40, "height": 30})"},
+        {"sapamap 4 -o " + png("none"), 1, R"({"found": false})"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.args);
@@ -173,6 +196,91 @@ TEST_F(NavdbTool, EverySearchAnswersFromTheBuiltDatabase) {
         if (!c.want.empty()) ExpectSubset(json::parse(c.want), got);
     }
     EXPECT_EQ(2, RunNavdb(scratch_, "kana あ --db " + scratch_ / "missing").code);
+
+    // The PNG files decode to the stored size and colours, 16-bit colour widened to 8 bits:
+    // green keeps 6 bits (96 -> 24 -> 97, 200 -> 50 -> 203), blue 5 (200 -> 25 -> 206).
+    const struct {
+        std::string name;
+        int w, h, x, y;
+        unsigned char rgb[3];
+    } pictures[] = {{"exit", 160, 80, 0, 0, {0, 97, 0}},
+                    {"exit", 160, 80, 5, 70, {255, 255, 255}},
+                    {"sapa", 40, 30, 30, 29, {0, 203, 206}},
+                    {"etc", 30, 20, 0, 0, {255, 255, 0}}};
+    for (const auto& p : pictures) {
+        SCOPED_TRACE(p.name);
+        int w = 0, h = 0, n = 0;
+        unsigned char* px = stbi_load(png(p.name).c_str(), &w, &h, &n, 3);
+        ASSERT_NE(nullptr, px);
+        EXPECT_EQ(p.w, w);
+        EXPECT_EQ(p.h, h);
+        EXPECT_EQ(0, memcmp(p.rgb, px + (p.y * w + p.x) * 3, 3));
+        stbi_image_free(px);
+    }
+}
+
+TEST_F(NavdbTool, EveryKindReportsTheRelease) {
+    const json v = Query("version");
+    EXPECT_EQ("1.5.0015.0100", v["engine"]);
+    EXPECT_EQ(true, v["consistent"]);
+    ASSERT_EQ(27u, v["kinds"].size());
+    for (const json& k : v["kinds"]) {
+        SCOPED_TRACE(k.dump());
+        EXPECT_EQ("ok", k["status"]);
+        EXPECT_EQ(k["kind"] == 25 ? "1.0.006.0" : "T0001", k["version"]);
+    }
+}
+
+TEST_F(NavdbTool, VerifyFindsEveryDamagedFile) {
+    const json clean = json::parse(RunNavdb(scratch_, "verify --json " + db_).out);
+    EXPECT_EQ(true, clean["clean"]);
+    EXPECT_GT(clean["files"].get<size_t>(), 100u);
+    auto overwrite = [](const std::string& path, uint64_t at, const std::string& bytes) {
+        std::fstream f(path, std::ios::in | std::ios::out | std::ios::binary);
+        f.seekp(static_cast<std::streamoff>(at));
+        f.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    };
+    const struct {
+        std::string file;  // damaged
+        std::function<void(const std::string&)> damage;
+        std::string reported;  // the file named in the finding
+        bool versionFails;
+    } cases[] = {
+        {"ZIPCODE/CZ.DAT", [&](const std::string& f) { overwrite(f, 0, "X"); }, "ZIPCODE/CZ.DAT",
+         true},
+        {"GUIDANCE/EXIT.IMG",
+         [](const std::string& f) { fs::resize_file(f, fs::file_size(f) - 5); },
+         "GUIDANCE/EXIT.IDX", false},
+        {"SIGNPOST/SIGNPICT.DAT", [](const std::string& f) { fs::remove(f); },
+         "SIGNPOST/SIGNPICT.DAT", false},
+        {"KANAMA/KANAMA.DAT",
+         [](const std::string& f) { fs::resize_file(f, fs::file_size(f) - 30); },
+         "KANAMA/KANAMA.IDX", false},
+        {"BASE/B181.DAT", [&](const std::string& f) { overwrite(f, 20, "\xff\xff\xff\xff"); },
+         "BASE/B181.DAT", false},
+        {"STRINGDB/GDESTR01.DAT", [&](const std::string& f) { overwrite(f, 12, "UTF9"); },
+         "STRINGDB/GDESTR01.DAT", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file);
+        mapdb::TempDir dir;
+        const std::string copy = dir / "db";
+        fs::copy(db_, copy, fs::copy_options::recursive);
+        c.damage(copy + "/" + c.file);
+        const Outcome r = RunNavdb(dir, "verify --json " + copy);
+        EXPECT_EQ(1, r.code) << r.err;
+        const json got = json::parse(r.out);
+        EXPECT_EQ(false, got["clean"]);
+        // The damaged file is named, and nothing outside its data set.
+        bool named = false;
+        for (const json& f : got["findings"]) {
+            named = named || f["file"] == c.reported;
+            EXPECT_EQ(0u, f["file"].get<std::string>().rfind(fs::path(c.file).parent_path(), 0))
+                << f;
+        }
+        EXPECT_TRUE(named) << got["findings"];
+        EXPECT_EQ(c.versionFails ? 1 : 0, RunNavdb(dir, "version --db " + copy).code);
+    }
 }
 
 TEST_F(NavdbTool, RefusalsNameTheRecordAndLeaveNothing) {
@@ -193,6 +301,14 @@ TEST_F(NavdbTool, RefusalsNameTheRecordAndLeaveNothing) {
          "pois.json: record 0 (id \"c\"): field \"nmae\": unknown field"},
         {"parking.json", R"([{"facility": "zz", "parking": []}])",
          "parking.json: record 0: field \"facility\": no POI"},
+        {"pictures.json", R"([{"kind": "EXIT", "number": 1, "png": "none.png"}])",
+         "pictures.json: record 0 (kind \"EXIT\") (number \"1\"): field \"png\""},
+        {"pictures.json", R"([{"kind": "EXIT2", "number": 1, "png": "none.png"}])",
+         "pictures.json: record 0 (kind \"EXIT2\") (number \"1\"): field \"kind\""},
+        {"signs.json", R"([{"record": "arrow", "type": 2, "direction": 4, "png": "a.png"}])",
+         "signs.json: record 0 (record \"arrow\"): field \"direction\""},
+        {"strings.json", R"([{"selector": 1, "strings": []}, {"selector": 1, "strings": []}])",
+         "strings.json: record 1 (selector \"1\"): field \"selector\": already used"},
         // Found only by the writer, after other data sets were written.
         {"zipcodes.json", R"([{"code": "1000005", "lat": 35, "lon": 139}, {"code": "100-0005",
          "lat": 35, "lon": 139}])",
@@ -229,6 +345,32 @@ TEST_F(NavdbTool, ReplacesADatabaseOnlyWhenForcedAndOnlyOnSuccess) {
     EXPECT_EQ(1, RunNavdb(dir, "kana とうきょう --db " + db).code);
     EXPECT_EQ("R0001", Slurp(db + "/BASE/B186.IDX").substr(0, 5));
     EXPECT_EQ(1u, Entries(dir.path(), "db"));  // no temporary or old folder left
+}
+
+}  // namespace
+
+namespace {
+
+// The demo from the committed cut of the open data: built, searched, verified, pictures drawn.
+TEST(NavdbDemo, BuildsFromTheCutAndDrawsItsPictures) {
+    if (std::string(NAVDB_BINARY).empty()) GTEST_SKIP() << "navdb is not built";
+    mapdb::TempDir dir;
+    const Outcome r = RunNavdb(dir, "demo --quiet " + dir / "demo" + " --data " +
+                                        std::string(TESTS_SOURCE_DIR) + "/../tools/navdb/demo/cut");
+    ASSERT_EQ(0, r.code) << r.err << r.out;
+    EXPECT_NE(std::string::npos, r.out.find("findings:   0")) << r.out;
+    for (const auto& [file, w, h] : {std::tuple{"exit.png", 480, 240}, {"sign.png", 400, 200}}) {
+        int pw = 0, ph = 0, n = 0;
+        unsigned char* px = stbi_load((dir / "demo/" + file).c_str(), &pw, &ph, &n, 3);
+        ASSERT_NE(nullptr, px) << file;
+        EXPECT_EQ(w, pw);
+        EXPECT_EQ(h, ph);
+        stbi_image_free(px);
+    }
+    const Outcome zip = RunNavdb(dir, "zip 1600022 --json --db " + dir / "demo/db");
+    EXPECT_EQ(0, zip.code);
+    const Outcome pref = RunNavdb(dir, "pref 13 --json --db " + dir / "demo/db");
+    EXPECT_EQ("神奈川", json::parse(pref.out)["prefectures"][2]["name"]) << pref.out;
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // all-or-nothing replacement of the target.
 #include "Build.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -14,6 +15,7 @@
 #include <map>
 #include <set>
 
+#include "FontWriter.h"
 #include "GenreWriter.h"
 #include "KanaWriter.h"
 #include "PhoneNumber.h"
@@ -199,6 +201,44 @@ void WriteAll(const Source& s, const std::string& root, const std::string& v, Pr
         progress.Step("ADDINFO", "facilities.json", s.facilities.size(),
                       [&] { mapdb::WriteAddInfo(root, intros, functions, v); });
     }
+    // With any guidance picture, every kind gets its (possibly empty) files: the guidance
+    // version is checked from the BRANCH files on.
+    for (mapdb::GuidanceKind kind : kPictureKinds) {
+        const auto it = std::find_if(s.pictureKinds.begin(), s.pictureKinds.end(),
+                                     [&](const PictureKind& k) { return k.kind == kind; });
+        if (it == s.pictureKinds.end() && s.pictureKinds.empty()) continue;
+        static const std::vector<mapdb::PictureSource> kNone;
+        const auto& pictures = it == s.pictureKinds.end() ? kNone : it->pictures;
+        progress.Step(mapdb::GuidanceKindWord(kind), "pictures.json", pictures.size(),
+                      [&] { mapdb::WriteGuidancePictures(root, kind, pictures, v); });
+    }
+    if (!s.sapaMaps.empty()) {
+        progress.Step("SAPA maps", "pictures.json", s.sapaMaps.size(),
+                      [&] { mapdb::WriteSapaMapPictures(root, s.sapaMaps, v); });
+    }
+    if (s.hasSigns) {
+        progress.Step("SIGNPOST", "signs.json", s.signs.size(), [&] {
+            mapdb::WriteSignposts(root, s.signs, s.signPictures, s.signArrows, v);
+        });
+    }
+    // Selectors 1-3 carry the string data's version: written empty when the source has none.
+    std::vector<StringSet> sets = s.stringSets;
+    for (uint8_t selector = 1; s.hasStrings && selector <= 3; ++selector) {
+        if (std::none_of(sets.begin(), sets.end(),
+                         [&](const StringSet& set) { return set.selector == selector; })) {
+            sets.push_back({selector, mapdb::StringEncoding::kUtf8, {}});
+        }
+    }
+    for (const StringSet& set : sets) {
+        progress.Step("STRINGDB", "strings.json", set.strings.size(), [&] {
+            mapdb::WriteStringDb(root, set.selector, set.strings, set.encoding, v);
+        });
+    }
+    if (!s.font.empty()) {
+        progress.Step("FONT", "pictures.json", 1, [&] { mapdb::WriteFont(root, s.font); });
+    }
+    // Sets that hold nothing but their version, so that every kind reports the release.
+    progress.Step("VERSION", "-", 0, [&] { mapdb::WriteVersionOnlySets(root, v); });
 }
 
 bool ValidRelease(const std::string& r) {

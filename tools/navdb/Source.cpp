@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <map>
@@ -16,6 +17,11 @@
 namespace navdb {
 
 using json = nlohmann::json;
+
+const mapdb::GuidanceKind kPictureKinds[9] = {
+    mapdb::GuidanceKind::kInic,      mapdb::GuidanceKind::kBranch, mapdb::GuidanceKind::kGrade,
+    mapdb::GuidanceKind::kEtc,       mapdb::GuidanceKind::kEtc2,   mapdb::GuidanceKind::kRealcross,
+    mapdb::GuidanceKind::kProperJct, mapdb::GuidanceKind::kExit,   mapdb::GuidanceKind::kEntrance};
 
 bool DegreesToMs(double degrees, uint32_t* ms) {
     if (!std::isfinite(degrees) || degrees <= 0 || degrees >= 360) return false;
@@ -447,6 +453,133 @@ void LoadFacilities(const json& all, const std::map<std::string, size_t>& keys, 
     }
 }
 
+// A PNG named by `field` of a record, relative to the source folder (or absolute), read now so
+// that an unreadable picture is refused with its record.
+mapdb::Rgb565Picture Png(const Rec& r, const char* field, const std::string& folder) {
+    const std::string name = r.Text(field, true, false);
+    if (name.empty()) r.Fail(field, "empty");
+    try {
+        return mapdb::ReadPngRgb565(name[0] == '/' ? name : folder + "/" + name);
+    } catch (const mapdb::Error& e) {
+        r.Fail(field, e.what());
+    }
+}
+
+void LoadPictures(const json& all, const std::string& folder, Source* s) {
+    const std::string file = "pictures.json";
+    for (size_t i = 0; i < all.size(); ++i) {
+        Rec r(Where(file, i), all[i]);
+        if (r.Get("font", false) != nullptr) {
+            r.Only({"font"});
+            if (!s->font.empty()) r.Fail("font", "a second font entry");
+            const std::string font = r.Text("font", true, false);
+            if (font.empty()) r.Fail("font", "empty");
+            s->font = font[0] == '/' ? font : folder + "/" + font;
+            struct stat st;
+            if (stat(s->font.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_size == 0)
+                r.Fail("font", "no font file " + Quoted(s->font));
+            continue;
+        }
+        const std::string word = r.Text("kind", true, false);
+        r.Label("kind", word);
+        r.Only({"kind", "number", "png"});
+        mapdb::PictureSource p;
+        p.number = r.Int("number", 999999, 0, true);
+        r.Label("number", std::to_string(p.number));
+        const mapdb::GuidanceKind* kind = nullptr;
+        for (const mapdb::GuidanceKind& k : kPictureKinds) {
+            if (word == mapdb::GuidanceKindWord(k)) kind = &k;
+        }
+        if (kind == nullptr && word != "SAPA") {
+            r.Fail("kind",
+                   "not a picture kind (INIC, BRANCH, GRADE, ETC, ETC2, REALCROSS, PROPERJCT, "
+                   "EXIT, ENTRANCE, SAPA)");
+        }
+        p.picture = Png(r, "png", folder);
+        if (kind == nullptr) {
+            s->sapaMaps.push_back(std::move(p));
+            continue;
+        }
+        auto it = std::find_if(s->pictureKinds.begin(), s->pictureKinds.end(),
+                               [&](const PictureKind& pk) { return pk.kind == *kind; });
+        if (it == s->pictureKinds.end()) it = s->pictureKinds.insert(it, {*kind, {}});
+        it->pictures.push_back(std::move(p));
+    }
+}
+
+void LoadSigns(const json& all, const std::string& folder, Source* s) {
+    const std::string file = "signs.json";
+    for (size_t i = 0; i < all.size(); ++i) {
+        Rec r(Where(file, i), all[i]);
+        const std::string what = r.Text("record", true, false);
+        r.Label("record", what);
+        if (what == "sign") {
+            r.Only({"record", "number", "type", "names"});
+            mapdb::SignSource sign;
+            sign.number = r.Int("number", 0xFFFFFFFFu, 0, true);
+            sign.type = static_cast<uint8_t>(r.Int("type", 7, 0, true));
+            for (const json& n : r.Array("names", false)) {
+                if (!n.is_string()) r.Fail("names", "must hold strings");
+                sign.names.push_back(n.get<std::string>());
+                r.SjisOf("names", sign.names.back());
+            }
+            s->signs.push_back(std::move(sign));
+        } else if (what == "picture") {
+            r.Only({"record", "type", "points", "png"});
+            mapdb::SignPictureSource pict;
+            pict.type = static_cast<uint8_t>(r.Int("type", 7, 0, true));
+            for (const json& pt : r.Array("points", false)) {
+                if (!pt.is_array() || pt.size() != 2) r.Fail("points", "each point is [x, y]");
+                pict.points.push_back({static_cast<uint16_t>(r.IntOf("points", pt[0], 65535)),
+                                       static_cast<uint16_t>(r.IntOf("points", pt[1], 65535))});
+            }
+            pict.picture = Png(r, "png", folder);
+            s->signPictures.push_back(std::move(pict));
+        } else if (what == "arrow") {
+            r.Only({"record", "type", "direction", "png"});
+            mapdb::SignArrowSource arrow;
+            arrow.type = static_cast<uint8_t>(r.Int("type", 7, 0, true));
+            arrow.direction = static_cast<uint8_t>(r.Int("direction", 3, 0, true));
+            arrow.picture = Png(r, "png", folder);
+            s->signArrows.push_back(std::move(arrow));
+        } else {
+            r.Fail("record", "must be \"sign\", \"picture\" or \"arrow\"");
+        }
+    }
+}
+
+void LoadStrings(const json& all, Source* s) {
+    const std::string file = "strings.json";
+    std::map<uint32_t, size_t> selectors;
+    for (size_t i = 0; i < all.size(); ++i) {
+        Rec r(Where(file, i), all[i]);
+        StringSet set;
+        set.selector = static_cast<uint8_t>(r.Int("selector", 255, 0, true));
+        r.Label("selector", std::to_string(set.selector));
+        r.Only({"selector", "encoding", "strings"});
+        if (!selectors.emplace(set.selector, i).second)
+            r.Fail("selector", "already used by record " + std::to_string(selectors[set.selector]));
+        const std::string encoding = r.Text("encoding", false, false);
+        if (encoding == "SJIS") {
+            set.encoding = mapdb::StringEncoding::kShiftJis;
+        } else if (!encoding.empty() && encoding != "UTF8") {
+            r.Fail("encoding", "must be \"UTF8\" or \"SJIS\"");
+        }
+        const json& strings = r.Array("strings");
+        for (size_t k = 0; k < strings.size(); ++k) {
+            Rec sr(r.where() + ": string " + std::to_string(k), strings[k]);
+            sr.Only({"number", "text", "extra", "attribute"});
+            mapdb::GuidanceString g;
+            g.number = sr.Int("number", 0xFFFFFFFFu, 0, true);
+            g.text = sr.Text("text", true, set.encoding == mapdb::StringEncoding::kShiftJis);
+            g.extra = sr.Int("extra", 0xFFFFFFFFu, 0);
+            g.attribute = static_cast<uint16_t>(sr.Int("attribute", 65535, 0));
+            set.strings.push_back(std::move(g));
+        }
+        s->stringSets.push_back(std::move(set));
+    }
+}
+
 }  // namespace
 
 Source LoadSource(const std::string& folder) {
@@ -476,8 +609,13 @@ Source LoadSource(const std::string& folder) {
     for (size_t i = 0; i < s.pois.size(); ++i) keys[s.pois[i].key] = i;
     if ((s.hasParking = ReadArray(folder, "parking.json", &j))) LoadParking(j, keys, &s);
     if ((s.hasFacilities = ReadArray(folder, "facilities.json", &j))) LoadFacilities(j, keys, &s);
+    if ((s.hasPictures = ReadArray(folder, "pictures.json", &j))) LoadPictures(j, folder, &s);
+    if ((s.hasSigns = ReadArray(folder, "signs.json", &j))) LoadSigns(j, folder, &s);
+    if ((s.hasStrings = ReadArray(folder, "strings.json", &j))) LoadStrings(j, &s);
+    if (s.font.empty() && (s.hasPictures || s.hasSigns)) s.font = kDefaultFont;
     if (!s.hasPois && !s.hasGenres && !s.hasAddresses && !s.hasRefine && !s.hasAreaCodes &&
-        !s.hasZipcodes && !s.hasPrefectures && !s.hasDirectory && !s.hasSapa) {
+        !s.hasZipcodes && !s.hasPrefectures && !s.hasDirectory && !s.hasSapa && !s.hasPictures &&
+        !s.hasSigns && !s.hasStrings) {
         throw SourceError(folder + ": holds no source file (pois.json, addresses.json, ...)");
     }
     return s;

