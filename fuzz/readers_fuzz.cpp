@@ -245,8 +245,8 @@ void Details(FuzzedDataProvider& in) {
 
 void StringsAndVersions(FuzzedDataProvider& in) {
     const char* files[] = {"STRINGDB/GDESTR01.IDX", "STRINGDB/GDESTR01.DAT",
-                           "STRINGDB/GDESTR02.IDX", "STRINGDB/GDESTR02.DAT", "BASE/B177.IDX",
-                           "ADDRESS/A.DAT"};
+                           "STRINGDB/GDESTR02.IDX", "STRINGDB/GDESTR02.DAT",
+                           "BASE/B177.IDX",         "ADDRESS/A.DAT"};
     DamagedFiles damaged({files[in.ConsumeIntegralInRange(0, 5)]}, in);
     CSearchStringProc strings;
     const unsigned char selector = in.ConsumeIntegralInRange(1, 2);
@@ -274,8 +274,8 @@ void StringsAndVersions(FuzzedDataProvider& in) {
 // A picture index or image file damaged; keys from the written numbers or the input, and the
 // readers also called with offsets and sizes straight from the input.
 void Pictures(FuzzedDataProvider& in) {
-    static const char* kinds[] = {"INIC", "BRANCH", "GRADE", "ETC", "ETC2", "REALCROSS",
-                                  "PROPERJCT", "EXIT", "ENTRANCE"};
+    static const char* kinds[] = {"INIC",      "BRANCH",    "GRADE", "ETC",     "ETC2",
+                                  "REALCROSS", "PROPERJCT", "EXIT",  "ENTRANCE"};
     const char* kind = kinds[in.ConsumeIntegralInRange(0, 8)];
     const bool sapa = in.ConsumeBool();
     const std::string file = sapa ? std::string("SAPAINFO/SAPA") : std::string("GUIDANCE/") + kind;
@@ -290,13 +290,22 @@ void Pictures(FuzzedDataProvider& in) {
     }
     char key[16];
     snprintf(key, sizeof(key), "%06u",
-             in.ConsumeBool() ? 10 * in.ConsumeIntegralInRange(0u, 30u) : in.ConsumeIntegral<uint32_t>() % 1000000);
+             in.ConsumeBool() ? 10 * in.ConsumeIntegralInRange(0u, 30u)
+                              : in.ConsumeIntegral<uint32_t>() % 1000000);
     sweep::Lines lines;
     switch (in.ConsumeIntegralInRange(0, 3)) {
-        case 0: sweep::Look<CSearchLExitImageProc>(lines, key, "EXIT", false); break;
-        case 1: sweep::Look<CSearchLBranchImageProc>(lines, key, "BRANCH", true); break;
-        case 2: sweep::Look<CSearchLEntranceImageProc>(lines, key, "ENTRANCE", false); break;
-        default: sweep::Look<CSearchLInicImageProc>(lines, key, "INIC", false); break;
+        case 0:
+            sweep::Look<CSearchLExitImageProc>(lines, key, "EXIT", false);
+            break;
+        case 1:
+            sweep::Look<CSearchLBranchImageProc>(lines, key, "BRANCH", true);
+            break;
+        case 2:
+            sweep::Look<CSearchLEntranceImageProc>(lines, key, "ENTRANCE", false);
+            break;
+        default:
+            sweep::Look<CSearchLInicImageProc>(lines, key, "INIC", false);
+            break;
     }
     unsigned long offset = in.ConsumeIntegralInRange<uint32_t>(0, 70000);
     unsigned long size = in.ConsumeIntegralInRange<uint32_t>(0, 70000);
@@ -323,12 +332,16 @@ void Settings(FuzzedDataProvider& in) {
     auto* name1 = reinterpret_cast<unsigned char*>(&a[0]);
     auto* name2 = reinterpret_cast<unsigned char*>(&b[0]);
     switch (in.ConsumeIntegralInRange(0, 2)) {
-        case 0: proc.MergeImage(&w, &h, pixels, name1, name2); break;
-        case 1: proc.MergeEntranceImage(&w, &h, pixels, name1, name2); break;
+        case 0:
+            proc.MergeImage(&w, &h, pixels, name1, name2);
+            break;
+        case 1:
+            proc.MergeEntranceImage(&w, &h, pixels, name1, name2);
+            break;
         default:
             proc.MergeSignDataImage(&w, &h, pixels, name1, name2, in.ConsumeIntegralInRange(0, 9),
-                                    in.ConsumeIntegralInRange(0, 4), in.ConsumeIntegralInRange(0, 9),
-                                    in.ConsumeBool());
+                                    in.ConsumeIntegralInRange(0, 4),
+                                    in.ConsumeIntegralInRange(0, 9), in.ConsumeBool());
     }
 }
 
@@ -342,7 +355,8 @@ void Several(FuzzedDataProvider& in) {
     }
     DamagedFiles damaged(picked, in);
     const auto& ops = sweep::Ops();
-    for (int n = 0; n < 2; ++n) ops[in.ConsumeIntegralInRange<size_t>(0, ops.size() - 1)].run(Db().ids);
+    for (int n = 0; n < 2; ++n)
+        ops[in.ConsumeIntegralInRange<size_t>(0, ops.size() - 1)].run(Db().ids);
 }
 
 // The database folder empty and the damaged database as the SD copy behind it.

@@ -42,9 +42,9 @@ int main(int argc, char** argv) {
             mapdb::Bytes seed{forms[f].first};
             const mapdb::Bytes block = forms[f].second(samples[s]);
             seed.insert(seed.end(), block.begin(), block.end());
-            mapdb::WriteFile(std::string(argv[1]) + "/seed-" + std::to_string(f) + "-" +
-                                 std::to_string(s),
-                             seed);
+            mapdb::WriteFile(
+                std::string(argv[1]) + "/seed-" + std::to_string(f) + "-" + std::to_string(s),
+                seed);
             ++written;
         }
     }

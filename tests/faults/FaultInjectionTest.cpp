@@ -34,7 +34,8 @@ struct Faults : testsupport::SettingsTest {
         return all;
     }
     // Runs every search under `plan`; the faults it injected.
-    static std::map<std::string, sweep::Lines> Under(const std::string& plan, unsigned long* injected) {
+    static std::map<std::string, sweep::Lines> Under(const std::string& plan,
+                                                     unsigned long* injected) {
         EXPECT_EQ(0, fault_shim_configure(plan.c_str())) << plan;
         auto all = Sweep();
         *injected = fault_shim_injected();
@@ -56,7 +57,8 @@ TEST_F(Faults, InterruptedAndShortReadsChangeNothing) {
         unsigned long injected = 0;
         const auto got = Under(plan, &injected);
         EXPECT_GT(injected, 0u) << plan;
-        for (const sweep::Op& op : sweep::Ops()) EXPECT_EQ(clean_[op.name], got.at(op.name)) << plan << " " << op.name;
+        for (const sweep::Op& op : sweep::Ops())
+            EXPECT_EQ(clean_[op.name], got.at(op.name)) << plan << " " << op.name;
     }
 }
 

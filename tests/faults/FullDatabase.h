@@ -101,7 +101,8 @@ inline std::vector<uint32_t> Write(const std::string& root, bool withFont = true
     }
     mapdb::WriteAddress(root, {pref, {"大阪府", "おおさかふ", kLon, kLat, 27, {}}});
     std::vector<mapdb::ZipcodeSource> zips;
-    for (uint32_t z = 0; z < 500; ++z) zips.push_back({std::to_string(1000000 + z * 37), kLon, kLat});
+    for (uint32_t z = 0; z < 500; ++z)
+        zips.push_back({std::to_string(1000000 + z * 37), kLon, kLat});
     mapdb::WriteZipcode(root, zips, {{"1500001", kLon, kLat}});
     std::vector<mapdb::GuidanceString> strings;
     for (uint32_t n = 1; n <= 300; n += 1 + n % 3)

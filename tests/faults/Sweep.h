@@ -61,7 +61,8 @@ inline Lines Arrival(const std::vector<uint32_t>& ids) {
         unsigned long count = 0;
         if (!arrival.SearchProc(&count, ids[i])) continue;
         CLocationData list[4];
-        if (count > 0 && arrival.GetList(list, 0, count < 4 ? count : 4)) Listed(out, "arrival", list, 4, true);
+        if (count > 0 && arrival.GetList(list, 0, count < 4 ? count : 4))
+            Listed(out, "arrival", list, 4, true);
     }
     return out;
 }
@@ -69,7 +70,8 @@ inline Lines Arrival(const std::vector<uint32_t>& ids) {
 inline Lines Genre(const std::vector<uint32_t>&) {
     Lines out;
     CSearchGenreProc genre;
-    const unsigned long keys[][5] = {{1, 2, 255, 255, 255}, {0, 255, 255, 255, 255}, {3, 0, 3, 1, 2}};
+    const unsigned long keys[][5] = {
+        {1, 2, 255, 255, 255}, {0, 255, 255, 255, 255}, {3, 0, 3, 1, 2}};
     for (const auto& k : keys) {
         unsigned long count = 0;
         if (!genre.SearchProc(&count, k[0], k[1], k[2], k[3], k[4])) continue;
@@ -106,8 +108,9 @@ inline Lines Vicinity(const std::vector<uint32_t>&) {
         CVicinityProc vicinity;
         unsigned long count = 0;
         const unsigned long lat = fulldb::kLat + 30000, lon = fulldb::kLon + 30000;
-        const int found = genre1 == 1 ? vicinity.SearchProc(&count, lat, lon, 3000, genre1, 255, 255)
-                                      : vicinity.SearchProc(&count, lat, lon, genre1, 255, 255);
+        const int found = genre1 == 1
+                              ? vicinity.SearchProc(&count, lat, lon, 3000, genre1, 255, 255)
+                              : vicinity.SearchProc(&count, lat, lon, genre1, 255, 255);
         CLocationData list[16];
         if (found > 0 && vicinity.GetList(list, 0, 16)) Listed(out, "vicinity", list, 16);
     }
@@ -208,8 +211,9 @@ void Look(Lines& out, const char* key, const char* file, bool wide) {
     unsigned short w = 0, h = 0;
     std::string name = std::string(file) + ".IMG";
     CImageFileIO io;
-    const unsigned long got = wide ? io.ReadLBranchBMP(name.data(), &offset, &size, &w, &h, pixels.data())
-                                   : io.ReadLEtcBMP(name.data(), &offset, &size, &w, &h, pixels.data());
+    const unsigned long got =
+        wide ? io.ReadLBranchBMP(name.data(), &offset, &size, &w, &h, pixels.data())
+             : io.ReadLEtcBMP(name.data(), &offset, &size, &w, &h, pixels.data());
     if (got)
         out.push_back(std::string(file) + " " + key + ": " + std::to_string(w) + "x" +
                       std::to_string(h) + " " + Hash(pixels.data(), pixels.size()));
@@ -227,12 +231,14 @@ inline Lines Pictures(const std::vector<uint32_t>&) {
         Look<CSearchLExitImageProc>(out, key, "EXIT", false);
         Look<CSearchLEntranceImageProc>(out, key, "ENTRANCE", false);
     }
-    for (const char* key : {"000100", "000300"}) Look<CSearchLBranchImageProc>(out, key, "BRANCH", true);
+    for (const char* key : {"000100", "000300"})
+        Look<CSearchLBranchImageProc>(out, key, "BRANCH", true);
     for (unsigned long number : {123450ul, 123455ul, 123460ul, 123451ul}) {
         std::vector<unsigned char> pixels(375066);
         unsigned short w = 0, h = 0;
         if (CImageData().GetImageSAPAMap(pixels.data(), &w, &h, number))
-            out.push_back("sapa " + std::to_string(number) + ": " + Hash(pixels.data(), pixels.size()));
+            out.push_back("sapa " + std::to_string(number) + ": " +
+                          Hash(pixels.data(), pixels.size()));
     }
     return out;
 }
@@ -241,17 +247,19 @@ inline Lines Pictures(const std::vector<uint32_t>&) {
 inline Lines Merges(const std::vector<uint32_t>&) {
     Lines out;
     CImageProc proc;
-    const std::string one = "\x93\x8c\x8b\x9e", two = "\x90\x56\x8f\x68\x92\x86\x89\x9b";  // 東京, 新宿中央
+    const std::string one = "\x93\x8c\x8b\x9e",
+                      two = "\x90\x56\x8f\x68\x92\x86\x89\x9b";  // 東京, 新宿中央
     for (int slot = 0; slot < 2; ++slot) {
         std::vector<uint16_t> px(480 * 240, 0x0000);
         unsigned short w = 480, h = 240;
         std::string a = one, b = two;
         auto* bytes = reinterpret_cast<unsigned char*>(px.data());
         const unsigned long got =
-            slot == 0 ? proc.MergeImage(&w, &h, bytes, reinterpret_cast<unsigned char*>(&a[0]),
-                                        reinterpret_cast<unsigned char*>(&b[0]))
-                      : proc.MergeSignDataImage(&w, &h, bytes, reinterpret_cast<unsigned char*>(&a[0]),
-                                                nullptr, 2, 1, 3, false);
+            slot == 0
+                ? proc.MergeImage(&w, &h, bytes, reinterpret_cast<unsigned char*>(&a[0]),
+                                  reinterpret_cast<unsigned char*>(&b[0]))
+                : proc.MergeSignDataImage(&w, &h, bytes, reinterpret_cast<unsigned char*>(&a[0]),
+                                          nullptr, 2, 1, 3, false);
         if (got) out.push_back("merge " + std::to_string(slot) + ": " + Hash(bytes, px.size() * 2));
     }
     return out;
@@ -264,10 +272,10 @@ struct Op {
 
 inline const std::vector<Op>& Ops() {
     static const std::vector<Op> ops = {
-        {"base", Base},       {"arrival", Arrival}, {"genre", Genre},       {"kana", Kana},
-        {"vicinity", Vicinity}, {"phone", Phone},   {"address", Address},   {"details", Details},
-        {"strings", Strings}, {"versions", Versions},
-        {"pictures", Pictures}, {"merges", Merges}};
+        {"base", Base},         {"arrival", Arrival},   {"genre", Genre},
+        {"kana", Kana},         {"vicinity", Vicinity}, {"phone", Phone},
+        {"address", Address},   {"details", Details},   {"strings", Strings},
+        {"versions", Versions}, {"pictures", Pictures}, {"merges", Merges}};
     return ops;
 }
 

@@ -37,7 +37,12 @@ TEST_F(Concurrent, AloneEverySearchFindsSomething) {
 // overlap), or, in the second shape, all threads run the same class at the same time.
 TEST_F(Concurrent, EveryThreadGetsTheSingleThreadedResults) {
     const std::vector<sweep::Op>& ops = sweep::Ops();
-    struct Shape { const char* name; unsigned threads; bool sameClass; int rounds; };
+    struct Shape {
+        const char* name;
+        unsigned threads;
+        bool sameClass;
+        int rounds;
+    };
     for (const Shape& shape : {Shape{"rotated", 4, false, 2}, Shape{"same class", 3, true, 1}}) {
         std::vector<std::map<std::string, std::vector<sweep::Lines>>> got(shape.threads);
         std::vector<std::thread> pool;
@@ -56,7 +61,8 @@ TEST_F(Concurrent, EveryThreadGetsTheSingleThreadedResults) {
             for (const sweep::Op& op : ops) {
                 ASSERT_EQ(size_t(shape.rounds), got[t][op.name].size());
                 for (const sweep::Lines& lines : got[t][op.name])
-                    EXPECT_EQ(alone_[op.name], lines) << shape.name << " thread " << t << " " << op.name;
+                    EXPECT_EQ(alone_[op.name], lines)
+                        << shape.name << " thread " << t << " " << op.name;
             }
         }
     }
