@@ -131,12 +131,12 @@ int32_t FaGetGlyphImage(FA_ENGINE* engine, const FA_GLYPH_REQUEST* request, FA_G
     for (uint32_t r = 0; r < rows; ++r) {
         uint8_t* out = image + size_t{r} * rowBytes;
         std::memset(out, 0, rowBytes);
-        const long br = long{r} - cell.top;
-        const bool inkRow = br >= 0 && br < static_cast<long>(bm.rows);
+        const int64_t br = int64_t{r} - cell.top;
+        const bool inkRow = br >= 0 && br < static_cast<int64_t>(bm.rows);
         for (uint32_t c = 0; c < cols; ++c) {
-            const long bc = long{c} - cell.info.lBearingX;
+            const int64_t bc = int64_t{c} - cell.info.lBearingX;
             uint8_t coverage = 0;
-            if (inkRow && bc >= 0 && bc < static_cast<long>(bm.width))
+            if (inkRow && bc >= 0 && bc < static_cast<int64_t>(bm.width))
                 coverage = bm.buffer[br * bm.pitch + bc];
             const uint8_t v = Level(coverage, levels);
             out[c / 2] |= (c % 2 == 0) ? static_cast<uint8_t>(v << 4) : v;

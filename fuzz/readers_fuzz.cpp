@@ -1,114 +1,46 @@
-// Damaged data sets for every reader: a small valid database is written once; each input picks
-// a data set, damages its files (truncation, flipped bytes, appended bytes) and runs that
-// data set's searches over them. Anything but a clean return is a finding.
+// Damaged data sets for every reader: a small valid database with every data set is written
+// once; each input picks a data set (or several files of any sets at once, or the SD copy
+// behind an empty database folder, or the guidance pictures, or the picture settings file),
+// damages its files (truncation, flipped bytes, appended bytes) and runs the searches over
+// them. Anything but a clean return is a finding.
 // Run: build-fuzz/fuzz/readers_fuzz -max_total_time=60
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "AddInfoWriter.h"
-#include "AddressWriter.h"
-#include "BaseWriter.h"
 #include "ByteWriter.h"
-#include "GenreWriter.h"
-#include "HomePhoneWriter.h"
-#include "KanaWriter.h"
-#include "SapaWriter.h"
 #include "SearchProc.h"
-#include "StringWriter.h"
-#include "TelephoneWriter.h"
 #include "TempDir.h"
-#include "VicinityWriter.h"
-#include "ZipcodeWriter.h"
+#include "faults/FullDatabase.h"
+#include "faults/Sweep.h"
+#include "platform/SettingsDir.h"
 
 namespace {
 
-constexpr uint32_t kLon = 503161560;  // Tokyo station, milliseconds of arc
-constexpr uint32_t kLat = 128452320;
+using fulldb::kLat;
+using fulldb::kLon;
 
 struct Database {
-    mapdb::TempDir dir;
+    mapdb::TempDir dir, empty, settings;
     std::vector<uint32_t> ids;
-
-    void WriteDirectories(const std::vector<mapdb::PoiSource>& pois);
+    std::vector<std::string> files;  // every data file, relative to dir (not the font)
 
     Database() {
-        static const char* kana[] = {"ア", "イ", "ウ", "カ", "ガ", "キ", "サ", "ー", "ン"};
-        std::vector<mapdb::PoiSource> pois;
-        for (uint32_t i = 0; i < 1100; ++i) {
-            mapdb::PoiSource p;
-            p.reading = std::string(i % 2 ? "ア" : "カ") + kana[i % 9] + kana[(i / 9) % 9];
-            p.texts = {"施設" + std::to_string(i), "x"};
-            p.genre = {{i % 4, i % 3, i % 5 == 0 ? 255u : i % 5, i % 2}};
-            p.tel = 312340000 + i;
-            p.lonMs = kLon + (i % 40) * 3000;
-            p.latMs = kLat + (i / 40) * 3000;
-            p.attr = static_cast<uint8_t>(i);
-            pois.push_back(p);
+        ids = fulldb::Write(dir.path());
+        for (const auto& e : std::filesystem::recursive_directory_iterator(dir.path())) {
+            const std::string rel = std::filesystem::relative(e.path(), dir.path()).string();
+            if (e.is_regular_file() && rel.rfind("FONTAVENUE", 0) != 0) files.push_back(rel);
         }
-        mapdb::BaseResult base = mapdb::WriteBase(dir.path(), pois);
-        ids = base.ids;
-        std::vector<mapdb::ArrivalSource> arrivals;
-        for (size_t i = 0; i < pois.size(); i += 3) {
-            arrivals.push_back({ids[i], {{"入口", kLon, kLat, 1}, {"", kLon + 10, kLat, 2}}});
-        }
-        mapdb::WriteArrival(dir.path(), arrivals);
-        std::vector<mapdb::GenrePoi> genres;
-        for (uint32_t i = 0; i < pois.size(); ++i) {
-            genres.push_back({ids[i], {{i % 4, i % 3, i % 5, i % 2, i % 7}}});
-        }
-        mapdb::WriteGenre(dir.path(), genres);
-        mapdb::WriteKana(dir.path(), pois, base);
-        mapdb::WriteVicinity(dir.path(), mapdb::VicinityFromBase(pois, ids));
-        WriteDirectories(pois);
+        std::sort(files.begin(), files.end());
         CCommonProc::SetPath(dir.path().c_str());
+        platform::SetSettingsDir(settings.path().c_str());
     }
 };
-
-void Database::WriteDirectories(const std::vector<mapdb::PoiSource>& pois) {
-    const std::string root = dir.path();
-    std::vector<mapdb::TelephoneEntry> tel;
-    std::vector<mapdb::HomePhoneEntry> homes;
-    std::vector<mapdb::ParkingPair> parking;
-    std::vector<mapdb::IntroSource> intros;
-    std::vector<mapdb::AddFunctionSource> attributes;
-    for (uint32_t i = 0; i < pois.size(); ++i) {
-        const std::string number = "0" + std::to_string(pois[i].tel - i % 3);
-        tel.push_back({number, ids[i]});
-        homes.push_back({number, i % 2 ? "あい" : "か", "家" + std::to_string(i), kLon, kLat, 1});
-        parking.push_back({ids[i - i % 4], ids[i]});
-        intros.push_back({ids[i], "9:00~18:00", i % 5 ? "" : "月"});
-        attributes.push_back({ids[i], static_cast<uint8_t>(i)});
-    }
-    mapdb::WriteTelephone(root, tel);
-    mapdb::WritePhonePoint(root, {{"031234", kLon, kLat}, {"031235", kLon, kLat}});
-    mapdb::WriteGenreData(root, {{"a", 0, 0, 0, 1}, {"b", 1, 1, 1, 2}, {"c", 2, 2, 2, 3}});
-    mapdb::WriteHomePhone(root, homes, homes);
-    mapdb::WriteParking(root, parking);
-    mapdb::WriteAddInfo(root, intros, attributes);
-    mapdb::AddressItem pref{"東京都", "とうきょうと", kLon, kLat, 13, {}};
-    for (uint32_t c = 0; c < 700; ++c) {
-        mapdb::AddressItem city{"市" + std::to_string(c), "し", kLon, kLat + c, 0, {}};
-        for (uint32_t b = 0; b < c % 4; ++b)
-            city.children.push_back({std::to_string(b + 1), "", kLon, kLat, 0, {}});
-        pref.children.push_back(city);
-    }
-    mapdb::WriteAddress(root, {pref, {"大阪府", "おおさかふ", kLon, kLat, 27, {}}});
-    std::vector<mapdb::ZipcodeSource> zips;
-    for (uint32_t z = 0; z < 500; ++z)
-        zips.push_back({std::to_string(1000000 + z * 37), kLon, kLat});
-    mapdb::WriteZipcode(root, zips, {{"1500001", kLon, kLat}});
-    std::vector<mapdb::GuidanceString> strings;
-    for (uint32_t n = 1; n <= 300; n += 1 + n % 3) {
-        strings.push_back({n, "出口" + std::to_string(n) + (n % 2 ? "｜東京｜千葉" : ""), n, 0});
-    }
-    mapdb::WriteStringDb(root, 1, strings, mapdb::StringEncoding::kUtf8);
-    mapdb::WriteStringDb(root, 2, strings, mapdb::StringEncoding::kShiftJis);
-    mapdb::WriteVersionOnlySets(root);
-}
 
 Database& Db() {
     static Database db;
@@ -313,8 +245,8 @@ void Details(FuzzedDataProvider& in) {
 
 void StringsAndVersions(FuzzedDataProvider& in) {
     const char* files[] = {"STRINGDB/GDESTR01.IDX", "STRINGDB/GDESTR01.DAT",
-                           "STRINGDB/GDESTR02.IDX", "STRINGDB/GDESTR02.DAT", "BASE/B177.IDX",
-                           "ADDRESS/A.DAT"};
+                           "STRINGDB/GDESTR02.IDX", "STRINGDB/GDESTR02.DAT",
+                           "BASE/B177.IDX",         "ADDRESS/A.DAT"};
     DamagedFiles damaged({files[in.ConsumeIntegralInRange(0, 5)]}, in);
     CSearchStringProc strings;
     const unsigned char selector = in.ConsumeIntegralInRange(1, 2);
@@ -339,12 +271,114 @@ void StringsAndVersions(FuzzedDataProvider& in) {
     versions.GetVersionUni(version, in.ConsumeIntegralInRange<unsigned long>(0, 28));
 }
 
+// A picture index or image file damaged; keys from the written numbers or the input, and the
+// readers also called with offsets and sizes straight from the input.
+void Pictures(FuzzedDataProvider& in) {
+    static const char* kinds[] = {"INIC",      "BRANCH",    "GRADE", "ETC",     "ETC2",
+                                  "REALCROSS", "PROPERJCT", "EXIT",  "ENTRANCE"};
+    const char* kind = kinds[in.ConsumeIntegralInRange(0, 8)];
+    const bool sapa = in.ConsumeBool();
+    const std::string file = sapa ? std::string("SAPAINFO/SAPA") : std::string("GUIDANCE/") + kind;
+    DamagedFiles damaged({file + (in.ConsumeBool() ? ".IDX" : ".IMG")}, in);
+    if (sapa) {
+        std::vector<unsigned char> out(375066);
+        unsigned short w = 0, h = 0;
+        CImageData().GetImageSAPAMap(out.data(), &w, &h,
+                                     in.ConsumeBool() ? 123450 + in.ConsumeIntegralInRange(0, 10)
+                                                      : in.ConsumeIntegral<uint32_t>());
+        return;
+    }
+    char key[16];
+    snprintf(key, sizeof(key), "%06u",
+             in.ConsumeBool() ? 10 * in.ConsumeIntegralInRange(0u, 30u)
+                              : in.ConsumeIntegral<uint32_t>() % 1000000);
+    sweep::Lines lines;
+    switch (in.ConsumeIntegralInRange(0, 3)) {
+        case 0:
+            sweep::Look<CSearchLExitImageProc>(lines, key, "EXIT", false);
+            break;
+        case 1:
+            sweep::Look<CSearchLBranchImageProc>(lines, key, "BRANCH", true);
+            break;
+        case 2:
+            sweep::Look<CSearchLEntranceImageProc>(lines, key, "ENTRANCE", false);
+            break;
+        default:
+            sweep::Look<CSearchLInicImageProc>(lines, key, "INIC", false);
+            break;
+    }
+    unsigned long offset = in.ConsumeIntegralInRange<uint32_t>(0, 70000);
+    unsigned long size = in.ConsumeIntegralInRange<uint32_t>(0, 70000);
+    std::vector<unsigned char> out(326466);
+    unsigned short w = 0, h = 0;
+    std::string name = std::string(kind) + ".IMG";
+    if (in.ConsumeBool())
+        CImageFileIO().ReadLBranchBMP(name.data(), &offset, &size, &w, &h, out.data());
+    else
+        CImageFileIO().ReadLEtcBMP(name.data(), &offset, &size, &w, &h, out.data());
+}
+
+// The picture settings file from the input, read by Init, then names merged with it.
+void Settings(FuzzedDataProvider& in) {
+    mapdb::WriteFile(Db().settings / "DatabaseEngine.ini",
+                     in.ConsumeBytes<uint8_t>(in.ConsumeIntegralInRange(0, 420)));
+    CImageProc proc;
+    proc.Init();
+    unsigned short w = in.ConsumeIntegralInRange<unsigned short>(0, 480);
+    unsigned short h = in.ConsumeIntegralInRange<unsigned short>(0, 240);
+    std::vector<uint16_t> px(480 * 240, in.ConsumeIntegral<uint16_t>());
+    std::string a = in.ConsumeRandomLengthString(40), b = in.ConsumeRandomLengthString(40);
+    auto* pixels = reinterpret_cast<unsigned char*>(px.data());
+    auto* name1 = reinterpret_cast<unsigned char*>(&a[0]);
+    auto* name2 = reinterpret_cast<unsigned char*>(&b[0]);
+    switch (in.ConsumeIntegralInRange(0, 2)) {
+        case 0:
+            proc.MergeImage(&w, &h, pixels, name1, name2);
+            break;
+        case 1:
+            proc.MergeEntranceImage(&w, &h, pixels, name1, name2);
+            break;
+        default:
+            proc.MergeSignDataImage(&w, &h, pixels, name1, name2, in.ConsumeIntegralInRange(0, 9),
+                                    in.ConsumeIntegralInRange(0, 4),
+                                    in.ConsumeIntegralInRange(0, 9), in.ConsumeBool());
+    }
+}
+
+// Two to four files of any data sets damaged at once, then two whole searches of any class.
+void Several(FuzzedDataProvider& in) {
+    const auto& files = Db().files;
+    std::vector<std::string> picked;
+    for (int n = in.ConsumeIntegralInRange(2, 4); n > 0; --n) {
+        const std::string& f = files[in.ConsumeIntegralInRange<size_t>(0, files.size() - 1)];
+        if (std::find(picked.begin(), picked.end(), f) == picked.end()) picked.push_back(f);
+    }
+    DamagedFiles damaged(picked, in);
+    const auto& ops = sweep::Ops();
+    for (int n = 0; n < 2; ++n)
+        ops[in.ConsumeIntegralInRange<size_t>(0, ops.size() - 1)].run(Db().ids);
+}
+
+// The database folder empty and the damaged database as the SD copy behind it.
+void SdFallback(FuzzedDataProvider& in) {
+    const auto& files = Db().files;
+    DamagedFiles damaged({files[in.ConsumeIntegralInRange<size_t>(0, files.size() - 1)]}, in);
+    CCommonProc::SetPath(Db().empty.path().c_str());
+    CCommonProc::SetSDPath(Db().dir.path().c_str());
+    CCommonProc::EnableSD(true);
+    const auto& ops = sweep::Ops();
+    ops[in.ConsumeIntegralInRange<size_t>(0, ops.size() - 1)].run(Db().ids);
+    CCommonProc::EnableSD(false);
+    CCommonProc::SetSDPath("");
+    CCommonProc::SetPath(Db().dir.path().c_str());
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Db();
     FuzzedDataProvider in(data, size);
-    switch (in.ConsumeIntegralInRange(0, 8)) {
+    switch (in.ConsumeIntegralInRange(0, 12)) {
         case 0:
             Base(in);
             break;
@@ -369,8 +403,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         case 7:
             Details(in);
             break;
-        default:
+        case 8:
             StringsAndVersions(in);
+            break;
+        case 9:
+            Pictures(in);
+            break;
+        case 10:
+            Settings(in);
+            break;
+        case 11:
+            Several(in);
+            break;
+        default:
+            SdFallback(in);
             break;
     }
     return 0;

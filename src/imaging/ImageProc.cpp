@@ -21,7 +21,6 @@ namespace {
 char kSettingsFile[] = "DatabaseEngine.ini";
 char kFontFile[] = "FONTAVENUE/OLF/VELA_ARIB_RGUD_V5-10.BIN";
 constexpr size_t kLineBytes = 14;      // an exit or entrance line
-constexpr size_t kSignLineBytes = 12;  // a sign name line
 constexpr size_t kUtf16Bytes = 64;
 constexpr uint32_t kMaxChars = 20;
 constexpr size_t kExitAnchors = offsetof(IMAGE_EXIT_SETTINGS, stAnchor);

@@ -140,7 +140,7 @@ TEST_F(HostileTest, RecordsAndContainersAtTheirBounds) {
 // Page sizes come from the host: one no allocation can hold fails instead of throwing.
 TEST_F(HostileTest, ImpossiblePageSizesFail) {
     WriteBase(dir_.path(), Record("A", 11), {0});
-    const unsigned long huge = 1UL << 61;
+    const unsigned long huge = ~0UL >> 1;  // more ids than any address space holds, 32 or 64 bits
     CLocationData r;
     CSearchBaseDataProc base;
     EXPECT_FALSE(base.GetList(&r, kFile << 24, 1, 0, huge, 255, 255, 255, 255));

@@ -54,8 +54,8 @@ struct BaseDataTest : SuiteDb<BaseDataTest> {
                   (g[2] == kAny || (c[2] == g[2] && (g[3] == kAny || c[3] == g[3]))))))
                 out.push_back(Id(r));
         }
-        out.erase(out.begin(), out.begin() + std::min(out.size(), from));
-        out.resize(std::min(out.size(), size));
+        out.erase(out.begin(), out.begin() + std::min<size_t>(out.size(), from));
+        out.resize(std::min<size_t>(out.size(), size));
         return out;
     }
     static std::vector<unsigned long> Page(CSearchBaseDataProc& base, unsigned long first,

@@ -132,7 +132,7 @@ TEST_F(VicinityTest, HitsMatchTheModelAcrossMeshBordersAndCorners) {
     for (const Row& r : rows) {
         SCOPED_TRACE(testing::Message() << r.c.lat << "/" << r.c.lon << " class " << r.g1);
         std::vector<Hit> want = Expected(pois, r.c, r.radius ? r.radius : 2000, r.g1, kAny, r.skip);
-        if (r.radius == 0) want.resize(std::min(want.size(), r.hits));
+        if (r.radius == 0) want.resize(std::min<size_t>(want.size(), r.hits));
         EXPECT_EQ(r.hits, want.size());
         EXPECT_EQ(want, v.Search(r.c, r.radius, r.g1));
     }
