@@ -1,10 +1,11 @@
 // Every POI search on one national database (3,000,000 POIs unless --pois=N says otherwise),
 // side by side with the same rows in SQLite behind the indexes an integrator would create
-// (reading, telephone number, genre key, an R*Tree of positions, postal code), asked the same
-// questions through its C API in the same run. Each question is two benchmarks,
+// (reading, telephone number, genre key, an R*Tree of position and class, postal code), asked the
+// same questions through its C API in the same run. Each question is two benchmarks,
 // "<question>/ours" and "<question>/sqlite", with counters: reads/op and bytes/op (pread calls
 // and bytes, SQLite's included), heap_peak_B (the most heap the search object took above what
-// was in use when it was made: operator new for ours, SQLite's own allocator for the peer).
+// was in use when it was made: operator new for ours, less the memo of decoded containers, which
+// memo_B reports; SQLite's own allocator for the peer).
 // The "size/*" entries carry the bytes on disk of each side in their counters.
 // Run: build/bench/japan_bench [--pois=N] [benchmark flags]; scripts/perf-report.sh runs it
 // and writes docs/performance.md.
@@ -23,6 +24,7 @@
 
 #include "SearchProc.h"
 #include "TempDir.h"
+#include "codec/DecodedBlockCache.h"
 #include "common/HeapCounter.h"
 #include "common/JapanDb.h"
 #include "common/ReadCounter.h"
@@ -153,7 +155,7 @@ struct World {
                            "CREATE TABLE genre(k1 INT, k2 INT, k3 INT, k4 INT, k5 INT, id INT, "
                            " PRIMARY KEY(k1, k2, k3, k4, k5, id)) WITHOUT ROWID;"
                            "CREATE VIRTUAL TABLE place USING rtree_i32(id, lon0, lon1, lat0, "
-                           " lat1, +cls INT);"
+                           " lat1, cls0, cls1);"
                            "CREATE TABLE zipcode(code INTEGER PRIMARY KEY, lon INT, lat INT);"
                            "CREATE TABLE company_zipcode(code INTEGER PRIMARY KEY, lon INT, "
                            " lat INT);",
@@ -208,7 +210,7 @@ struct World {
                     .Run();
         }
         {
-            Stmt ins(db, "INSERT INTO place VALUES(?,?,?,?,?,?)");
+            Stmt ins(db, "INSERT INTO place VALUES(?,?,?,?,?,?,?)");
             for (const auto& v : j.vicinity)
                 ins.Reset()
                     .Int(1, v.id)
@@ -217,6 +219,7 @@ struct World {
                     .Int(4, v.latMs)
                     .Int(5, v.latMs)
                     .Int(6, v.genre1)
+                    .Int(7, v.genre1)
                     .Run();
         }
         for (int company = 0; company < 2; ++company) {
@@ -243,7 +246,8 @@ struct World {
         }
         std::uniform_int_distribution<size_t> any(0, j.db.pois.size() - 1);
         for (int k = 0; k < 256; ++k) ids.push_back(j.db.base.ids[any(rng)]);
-        for (int k = 0; k < 256; ++k) numbers.push_back(j.telephones[any(rng) % j.telephones.size()].number);
+        for (int k = 0; k < 256; ++k)
+            numbers.push_back(j.telephones[any(rng) % j.telephones.size()].number);
         for (int k = 0; k < 256; ++k) {
             const auto& table = k % 4 == 3 ? j.companyZipcodes : j.zipcodes;
             zipcodes.push_back(std::stoul(table[any(rng) % table.size()].code));
@@ -282,9 +286,13 @@ public:
             benchmark::Counter(static_cast<double>(benchdb::ReadCount() - reads_), avg);
         state.counters["bytes/op"] =
             benchmark::Counter(static_cast<double>(benchdb::ReadBytes() - bytes_), avg);
+        // The process-wide memo of decoded containers is not the object's: its bytes (at their
+        // most at the end, as it only grows within a benchmark) are reported on their own.
+        const size_t memo = peer_ ? 0 : codec::block_cache::GetStats().bytes;
         const size_t peak = peer_ ? static_cast<size_t>(sqlite3_memory_highwater(0))
-                                  : benchdb::HeapPeak();
+                                  : benchdb::HeapPeak() - std::min(memo, benchdb::HeapPeak());
         state.counters["heap_peak_B"] = static_cast<double>(peak > base_ ? peak - base_ : 0);
+        if (!peer_) state.counters["memo_B"] = static_cast<double>(memo);
     }
 
 private:
@@ -292,6 +300,26 @@ private:
     unsigned long reads_;
     unsigned long long bytes_;
     size_t base_ = 0;
+};
+
+// How a benchmark walks its sample: round robin with the library's memo of decoded containers
+// (the default), round robin with the memo off (every container decoded), or the first sample
+// over and over (the memo warm).
+enum class Mode { kCycle, kNoMemo, kRepeat };
+
+size_t Next(size_t* k, size_t n, Mode mode) {
+    return mode == Mode::kRepeat ? 0 : (*k)++ % n;
+}
+
+// Turns the memo off for a kNoMemo benchmark and empties it before every other one, so that
+// no benchmark starts warm from the one before.
+class MemoScope {
+public:
+    explicit MemoScope(Mode mode) {
+        codec::block_cache::SetCapacity(
+            mode == Mode::kNoMemo ? 0 : codec::block_cache::kDefaultCapacity);
+    }
+    ~MemoScope() { codec::block_cache::SetCapacity(codec::block_cache::kDefaultCapacity); }
 };
 
 // The peer's prefix range: readings r with prefix <= r < the prefix with its last byte raised.
@@ -315,7 +343,8 @@ void KanaKeystrokeOurs(benchmark::State& state, size_t len) {
     for (auto _ : state) {
         unsigned long count = 0;
         benchmark::DoNotOptimize(search.SearchProc(&count, U(prefixes[k++ % prefixes.size()])));
-        for (unsigned long key = 0; key < 49; ++key) benchmark::DoNotOptimize(search.GetKeyState(key));
+        for (unsigned long key = 0; key < 49; ++key)
+            benchmark::DoNotOptimize(search.GetKeyState(key));
     }
     meter.Report(state);
 }
@@ -336,7 +365,8 @@ void KanaKeystrokePeer(benchmark::State& state, size_t len) {
         while (q.Row()) {
             count += q.I(1);
             const void* next = sqlite3_column_blob(q.get(), 0);
-            if (sqlite3_column_bytes(q.get(), 0) == 1) keys[*static_cast<const unsigned char*>(next)] = true;
+            if (sqlite3_column_bytes(q.get(), 0) == 1)
+                keys[*static_cast<const unsigned char*>(next)] = true;
         }
         benchmark::DoNotOptimize(count);
         benchmark::DoNotOptimize(keys);
@@ -344,21 +374,22 @@ void KanaKeystrokePeer(benchmark::State& state, size_t len) {
     meter.Report(state);
 }
 
-void KanaPageOurs(benchmark::State& state, size_t len) {
+void KanaPageOurs(benchmark::State& state, size_t len, Mode mode) {
     const auto& prefixes = Shared().prefixes[len];
+    MemoScope memo(mode);
     Meter meter(false);
     CSearchKanaProc search;
     CLocationData out[20];
     size_t k = 0;
     for (auto _ : state) {
         unsigned long count = 0;
-        search.SearchProc(&count, U(prefixes[k++ % prefixes.size()]));
+        search.SearchProc(&count, U(prefixes[Next(&k, prefixes.size(), mode)]));
         benchmark::DoNotOptimize(search.GetList(out, 0, 20, kAny, kAny, kAny, kAny));
     }
     meter.Report(state);
 }
 
-void KanaPagePeer(benchmark::State& state, size_t len) {
+void KanaPagePeer(benchmark::State& state, size_t len, Mode mode) {
     World& w = Shared();
     const auto& prefixes = w.prefixes[len];
     Meter meter(true);
@@ -369,7 +400,7 @@ void KanaPagePeer(benchmark::State& state, size_t len) {
     CLocationData out[20];
     size_t k = 0;
     for (auto _ : state) {
-        const std::string& p = prefixes[k++ % prefixes.size()];
+        const std::string& p = prefixes[Next(&k, prefixes.size(), mode)];
         q.Reset().Blob(1, p).Blob(2, PrefixEnd(p));
         for (int n = 0; q.Row(); ++n) FillRecord(q, &out[n]);
         benchmark::DoNotOptimize(out);
@@ -383,14 +414,15 @@ const std::vector<std::array<uint32_t, 5>>& GenreKeys(bool broad) {
     return broad ? Shared().j.broadGenres : Shared().j.narrowGenres;
 }
 
-void GenreOurs(benchmark::State& state, bool broad, bool page) {
+void GenreOurs(benchmark::State& state, bool broad, bool page, Mode mode) {
     const auto& keys = GenreKeys(broad);
+    MemoScope memo(mode);
     Meter meter(false);
     CSearchGenreProc search;
     CLocationData out[20];
     size_t k = 0;
     for (auto _ : state) {
-        const auto& key = keys[k++ % keys.size()];
+        const auto& key = keys[Next(&k, keys.size(), mode)];
         unsigned long count = 0;
         benchmark::DoNotOptimize(search.SearchProc(&count, key[0], key[1], key[2], key[3], key[4]));
         if (page) benchmark::DoNotOptimize(search.GetList(out, 0, 20));
@@ -398,7 +430,7 @@ void GenreOurs(benchmark::State& state, bool broad, bool page) {
     meter.Report(state);
 }
 
-void GenrePeer(benchmark::State& state, bool broad, bool page) {
+void GenrePeer(benchmark::State& state, bool broad, bool page, Mode mode) {
     World& w = Shared();
     const auto& keys = GenreKeys(broad);
     Meter meter(true);
@@ -411,7 +443,7 @@ void GenrePeer(benchmark::State& state, bool broad, bool page) {
     CLocationData out[20];
     size_t k = 0;
     for (auto _ : state) {
-        const auto& key = keys[k++ % keys.size()];
+        const auto& key = keys[Next(&k, keys.size(), mode)];
         count.Reset();
         for (int c = 0; c < 5; ++c) count.Int(c + 1, key[c]);
         count.Row();
@@ -429,6 +461,7 @@ void GenrePeer(benchmark::State& state, bool broad, bool page) {
 
 void VicinityOurs(benchmark::State& state, int radius, bool page) {
     const auto& points = Shared().points;
+    MemoScope memo(Mode::kCycle);
     Meter meter(false);
     CVicinityProc search;
     CLocationData out[20];
@@ -447,7 +480,7 @@ void VicinityPeer(benchmark::State& state, int radius, bool page) {
     Meter meter(true);
     Stmt box(w.db,
              "SELECT id, lon0, lat0 FROM place WHERE lon0 <= ?2 AND lon1 >= ?1 AND lat0 <= ?4 "
-             "AND lat1 >= ?3 AND cls = ?5");
+             "AND lat1 >= ?3 AND cls0 <= ?5 AND cls1 >= ?5");
     Stmt one(w.db, (std::string("SELECT ") + kRecordColumns +
                     " FROM poi p LEFT JOIN arrival a ON a.poi = p.id WHERE p.id = ?1")
                        .c_str());
@@ -471,7 +504,8 @@ void VicinityPeer(benchmark::State& state, int radius, bool page) {
             unsigned long d = 0;
             distance.GetDistance(&d, lat / 10, lon / 10, static_cast<unsigned long>(box.I(2)) / 10,
                                  static_cast<unsigned long>(box.I(1)) / 10);
-            if (d <= static_cast<unsigned long>(radius)) hits.push_back({d, static_cast<uint32_t>(box.I(0))});
+            if (d <= static_cast<unsigned long>(radius))
+                hits.push_back({d, static_cast<uint32_t>(box.I(0))});
         }
         std::sort(hits.begin(), hits.end());
         benchmark::DoNotOptimize(hits.size());
@@ -489,6 +523,7 @@ void VicinityPeer(benchmark::State& state, int radius, bool page) {
 
 void TelephoneOurs(benchmark::State& state) {
     const auto& numbers = Shared().numbers;
+    MemoScope memo(Mode::kCycle);
     Meter meter(false);
     CSearchTelephoneProc search;
     CLocationData out[20];
@@ -537,26 +572,32 @@ void ZipcodePeer(benchmark::State& state) {
     size_t k = 0;
     for (auto _ : state) {
         const unsigned long code = w.zipcodes[k++ % w.zipcodes.size()];
-        Stmt* hit = ordinary.Reset().Int(1, code).Row() ? &ordinary
+        Stmt* hit = ordinary.Reset().Int(1, code).Row()  ? &ordinary
                     : company.Reset().Int(1, code).Row() ? &company
                                                          : nullptr;
-        if (hit != nullptr) out.lLon = static_cast<uint32_t>(hit->I(0)), out.lLat = static_cast<uint32_t>(hit->I(1));
+        if (hit != nullptr)
+            out.lLon = static_cast<uint32_t>(hit->I(0)),
+            out.lLat = static_cast<uint32_t>(hit->I(1));
         benchmark::DoNotOptimize(out);
     }
     meter.Report(state);
 }
 
-void PoiByIdOurs(benchmark::State& state) {
+void PoiByIdOurs(benchmark::State& state, Mode mode) {
     const auto& ids = Shared().ids;
+    MemoScope memo(mode);
     Meter meter(false);
-    CSearchBaseDataProc search;
     CLocationData out;
     size_t k = 0;
-    for (auto _ : state) benchmark::DoNotOptimize(search.SearchProc(&out, ids[k++ % ids.size()]));
+    for (auto _ : state) {
+        // A new object each time: the object's own container would hide the memo.
+        CSearchBaseDataProc fresh;
+        benchmark::DoNotOptimize(fresh.SearchProc(&out, ids[Next(&k, ids.size(), mode)]));
+    }
     meter.Report(state);
 }
 
-void PoiByIdPeer(benchmark::State& state) {
+void PoiByIdPeer(benchmark::State& state, Mode mode) {
     World& w = Shared();
     Meter meter(true);
     Stmt q(w.db, (std::string("SELECT ") + kRecordColumns +
@@ -565,7 +606,7 @@ void PoiByIdPeer(benchmark::State& state) {
     CLocationData out;
     size_t k = 0;
     for (auto _ : state) {
-        q.Reset().Int(1, w.ids[k++ % w.ids.size()]);
+        q.Reset().Int(1, w.ids[Next(&k, w.ids.size(), mode)]);
         if (q.Row()) FillRecord(q, &out);
         benchmark::DoNotOptimize(out);
     }
@@ -593,32 +634,61 @@ void Pair(const std::string& name, std::function<void(benchmark::State&)> ours,
 void RegisterAll() {
     benchmark::RegisterBenchmark("size", Size)->Iterations(1);
     for (size_t len = 1; len <= 6; ++len) {
-        Pair("kana_keystroke/L" + std::to_string(len),
-             [len](benchmark::State& s) { KanaKeystrokeOurs(s, len); },
-             [len](benchmark::State& s) { KanaKeystrokePeer(s, len); });
+        Pair(
+            "kana_keystroke/L" + std::to_string(len),
+            [len](benchmark::State& s) { KanaKeystrokeOurs(s, len); },
+            [len](benchmark::State& s) { KanaKeystrokePeer(s, len); });
     }
     for (size_t len : {1, 2, 4}) {
-        Pair("kana_page20/L" + std::to_string(len),
-             [len](benchmark::State& s) { KanaPageOurs(s, len); },
-             [len](benchmark::State& s) { KanaPagePeer(s, len); });
+        Pair(
+            "kana_page20/L" + std::to_string(len),
+            [len](benchmark::State& s) { KanaPageOurs(s, len, Mode::kCycle); },
+            [len](benchmark::State& s) { KanaPagePeer(s, len, Mode::kCycle); });
     }
     for (bool broad : {false, true}) {
         const std::string kind = broad ? "broad" : "narrow";
-        Pair("genre_count/" + kind, [broad](benchmark::State& s) { GenreOurs(s, broad, false); },
-             [broad](benchmark::State& s) { GenrePeer(s, broad, false); });
-        Pair("genre_page20/" + kind, [broad](benchmark::State& s) { GenreOurs(s, broad, true); },
-             [broad](benchmark::State& s) { GenrePeer(s, broad, true); });
+        Pair(
+            "genre_count/" + kind,
+            [broad](benchmark::State& s) { GenreOurs(s, broad, false, Mode::kCycle); },
+            [broad](benchmark::State& s) { GenrePeer(s, broad, false, Mode::kCycle); });
+        Pair(
+            "genre_page20/" + kind,
+            [broad](benchmark::State& s) { GenreOurs(s, broad, true, Mode::kCycle); },
+            [broad](benchmark::State& s) { GenrePeer(s, broad, true, Mode::kCycle); });
     }
     for (int radius : {500, 2000, 5000}) {
-        Pair("vicinity_count/" + std::to_string(radius) + "m",
-             [radius](benchmark::State& s) { VicinityOurs(s, radius, false); },
-             [radius](benchmark::State& s) { VicinityPeer(s, radius, false); });
+        Pair(
+            "vicinity_count/" + std::to_string(radius) + "m",
+            [radius](benchmark::State& s) { VicinityOurs(s, radius, false); },
+            [radius](benchmark::State& s) { VicinityPeer(s, radius, false); });
     }
-    Pair("vicinity_page20/5000m", [](benchmark::State& s) { VicinityOurs(s, 5000, true); },
-         [](benchmark::State& s) { VicinityPeer(s, 5000, true); });
+    Pair(
+        "vicinity_page20/5000m", [](benchmark::State& s) { VicinityOurs(s, 5000, true); },
+        [](benchmark::State& s) { VicinityPeer(s, 5000, true); });
     Pair("telephone", TelephoneOurs, TelephonePeer);
     Pair("zipcode", ZipcodeOurs, ZipcodePeer);
-    Pair("poi_by_id", PoiByIdOurs, PoiByIdPeer);
+    Pair(
+        "poi_by_id", [](benchmark::State& s) { PoiByIdOurs(s, Mode::kCycle); },
+        [](benchmark::State& s) { PoiByIdPeer(s, Mode::kCycle); });
+    // The memo of decoded containers: the same questions with it off, and asked again and again.
+    Pair(
+        "repeated/genre_page20/narrow",
+        [](benchmark::State& s) { GenreOurs(s, false, true, Mode::kRepeat); },
+        [](benchmark::State& s) { GenrePeer(s, false, true, Mode::kRepeat); });
+    Pair(
+        "repeated/kana_page20/L2", [](benchmark::State& s) { KanaPageOurs(s, 2, Mode::kRepeat); },
+        [](benchmark::State& s) { KanaPagePeer(s, 2, Mode::kRepeat); });
+    Pair(
+        "repeated/poi_by_id", [](benchmark::State& s) { PoiByIdOurs(s, Mode::kRepeat); },
+        [](benchmark::State& s) { PoiByIdPeer(s, Mode::kRepeat); });
+    const auto nomemo = [](const std::string& name, std::function<void(benchmark::State&)> f) {
+        benchmark::RegisterBenchmark(("nomemo/" + name + "/ours").c_str(), f)
+            ->Unit(benchmark::kMicrosecond);
+    };
+    nomemo("genre_page20/narrow",
+           [](benchmark::State& s) { GenreOurs(s, false, true, Mode::kNoMemo); });
+    nomemo("kana_page20/L2", [](benchmark::State& s) { KanaPageOurs(s, 2, Mode::kNoMemo); });
+    nomemo("poi_by_id", [](benchmark::State& s) { PoiByIdOurs(s, Mode::kNoMemo); });
 }
 
 }  // namespace

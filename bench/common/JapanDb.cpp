@@ -16,7 +16,9 @@ namespace benchdb {
 
 namespace {
 
-uint32_t Deg(double d) { return static_cast<uint32_t>(d * 3600000.0) / 10 * 10; }
+uint32_t Deg(double d) {
+    return static_cast<uint32_t>(d * 3600000.0) / 10 * 10;
+}
 
 // Syllables of plausible readings (hiragana; the writer converts them).
 const char* const kSyllables[] = {
@@ -26,19 +28,20 @@ const char* const kSyllables[] = {
     "が", "ぎ", "ぐ", "げ", "ご", "ざ", "じ", "だ", "ば", "び", "ぶ", "ぱ", "ぴ", "ー"};
 constexpr size_t kPlainSyllables = 44;  // the first 44 may start a reading ("ん" may not)
 
-const char* const kKinds[] = {"駅", "銀行", "病院", "郵便局", "学校", "公園", "ホテル",
-                              "コンビニ", "レストラン", "ガソリンスタンド", "駐車場", "寺"};
+const char* const kKinds[] = {"駅",     "銀行",   "病院",     "郵便局",     "学校",
+                              "公園",   "ホテル", "コンビニ", "レストラン", "ガソリンスタンド",
+                              "駐車場", "寺"};
 
 }  // namespace
 
 const std::vector<City>& Cities() {
     static const std::vector<City> cities = {
-        {"Tokyo", Deg(139.767), Deg(35.681), 30},   {"Osaka", Deg(135.495), Deg(34.702), 15},
-        {"Nagoya", Deg(136.881), Deg(35.170), 10},  {"Sapporo", Deg(141.350), Deg(43.068), 6},
-        {"Fukuoka", Deg(130.420), Deg(33.589), 6},  {"Sendai", Deg(140.882), Deg(38.260), 4},
+        {"Tokyo", Deg(139.767), Deg(35.681), 30},    {"Osaka", Deg(135.495), Deg(34.702), 15},
+        {"Nagoya", Deg(136.881), Deg(35.170), 10},   {"Sapporo", Deg(141.350), Deg(43.068), 6},
+        {"Fukuoka", Deg(130.420), Deg(33.589), 6},   {"Sendai", Deg(140.882), Deg(38.260), 4},
         {"Hiroshima", Deg(132.475), Deg(34.397), 4}, {"Kyoto", Deg(135.758), Deg(34.985), 5},
-        {"Kobe", Deg(135.195), Deg(34.690), 4},     {"Naha", Deg(127.681), Deg(26.212), 2},
-        {"Niigata", Deg(139.061), Deg(37.912), 2},  {"Kagoshima", Deg(130.558), Deg(31.584), 2},
+        {"Kobe", Deg(135.195), Deg(34.690), 4},      {"Naha", Deg(127.681), Deg(26.212), 2},
+        {"Niigata", Deg(139.061), Deg(37.912), 2},   {"Kagoshima", Deg(130.558), Deg(31.584), 2},
     };
     return cities;
 }
@@ -68,7 +71,8 @@ std::vector<mapdb::PoiSource> GeneratePois(const Options& options) {
         const size_t kind = i % (sizeof(kKinds) / sizeof(*kKinds));
         p.texts = {"施設" + std::to_string(i) + kKinds[kind], p.reading};
         p.genre = {{static_cast<uint32_t>(genre1(rng)), static_cast<uint32_t>(genre(rng)),
-                    static_cast<uint32_t>(genre(rng)), i % 4 == 0 ? 255u : static_cast<uint32_t>(genre(rng))}};
+                    static_cast<uint32_t>(genre(rng)),
+                    i % 4 == 0 ? 255u : static_cast<uint32_t>(genre(rng))}};
         const size_t c = pickCity(rng);
         if (c < cities.size()) {
             // Dense centre: a few kilometres of standard deviation.
@@ -92,8 +96,8 @@ namespace {
 std::vector<mapdb::ArrivalSource> Arrivals(const Db& db) {
     std::vector<mapdb::ArrivalSource> arrivals;
     for (size_t i = 0; i < db.pois.size(); i += 7) {
-        arrivals.push_back({db.base.ids[i],
-                            {{"入口", db.pois[i].lonMs + 100, db.pois[i].latMs + 100, 1}}});
+        arrivals.push_back(
+            {db.base.ids[i], {{"入口", db.pois[i].lonMs + 100, db.pois[i].latMs + 100, 1}}});
     }
     return arrivals;
 }
@@ -158,9 +162,9 @@ Japan BuildJapan(const std::string& root, const Options& options) {
         const auto area = phone_key::Area(digits);
         if (area.accepted &&
             areaKeys.insert(phone_key::AreaPrefix(phone_key::Directory(digits).value)).second) {
-            areas.push_back({"0" + std::to_string(phone_key::AreaPrefix(
-                                       phone_key::Directory(digits).value)),
-                             j.db.pois[i].lonMs, j.db.pois[i].latMs});
+            areas.push_back(
+                {"0" + std::to_string(phone_key::AreaPrefix(phone_key::Directory(digits).value)),
+                 j.db.pois[i].lonMs, j.db.pois[i].latMs});
         }
     }
     mapdb::WriteTelephone(root, j.telephones);
@@ -176,8 +180,8 @@ Japan BuildJapan(const std::string& root, const Options& options) {
         const uint32_t c = code(rng);
         if (!used.insert(c).second) continue;
         auto& table = used.size() % 7 == 0 ? j.companyZipcodes : j.zipcodes;
-        table.push_back({std::to_string(c + 10000000).substr(1), lon(rng) / 10 * 10,
-                         lat(rng) / 10 * 10});
+        table.push_back(
+            {std::to_string(c + 10000000).substr(1), lon(rng) / 10 * 10, lat(rng) / 10 * 10});
     }
     mapdb::WriteZipcode(root, j.zipcodes, j.companyZipcodes);
     return j;

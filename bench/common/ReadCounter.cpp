@@ -33,7 +33,11 @@ extern "C" ssize_t pread64(int fd, void* buf, size_t n, off_t offset) {
 
 namespace benchdb {
 
-unsigned long ReadCount() { return g_reads.load(std::memory_order_relaxed); }
-unsigned long long ReadBytes() { return g_bytes.load(std::memory_order_relaxed); }
+unsigned long ReadCount() {
+    return g_reads.load(std::memory_order_relaxed);
+}
+unsigned long long ReadBytes() {
+    return g_bytes.load(std::memory_order_relaxed);
+}
 
 }  // namespace benchdb
