@@ -131,9 +131,13 @@ void Store(const unsigned char* block, unsigned long size, const unsigned char* 
     TheMemo().Store(block, size, buffer, bufferSize, decoded);
 }
 
-void SetCapacity(size_t bytes) { TheMemo().SetCapacity(bytes); }
+void SetCapacity(size_t bytes) {
+    TheMemo().SetCapacity(bytes);
+}
 
-Stats GetStats() { return TheMemo().GetStats(); }
+Stats GetStats() {
+    return TheMemo().GetStats();
+}
 
 }  // namespace block_cache
 }  // namespace codec

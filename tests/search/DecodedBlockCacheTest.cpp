@@ -82,9 +82,18 @@ TEST_F(DecodedBlockCacheTest, DamagedContainersReadAsWithoutTheMemo) {
     const struct {
         uint32_t at;
         uint8_t with;
-    } cases[] = {{0, 0xFF},  {0, 0x01},  {1, 0x80},  {4, 0xFF},  {5, 0x01},
-                 {8, 0xFF},  {12, 0x10}, {13, 0xFF}, {20, 0x5A}, {(end - start) / 2, 0x01},
-                 {(end - start) / 2, 0xFF}, {end - start - 1, 0xFF}};
+    } cases[] = {{0, 0xFF},
+                 {0, 0x01},
+                 {1, 0x80},
+                 {4, 0xFF},
+                 {5, 0x01},
+                 {8, 0xFF},
+                 {12, 0x10},
+                 {13, 0xFF},
+                 {20, 0x5A},
+                 {(end - start) / 2, 0x01},
+                 {(end - start) / 2, 0xFF},
+                 {end - start - 1, 0xFF}};
     for (const auto& c : cases) {
         SCOPED_TRACE(std::to_string(c.at) + " ^ " + std::to_string(c.with));
         memo::SetCapacity(memo::kDefaultCapacity);

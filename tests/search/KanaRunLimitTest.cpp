@@ -64,12 +64,14 @@ struct KanaRunLimitTest : SuiteDb<KanaRunLimitTest> {
 TEST_F(KanaRunLimitTest, EachOverflowingPrefixIsWarnedOnceAndReturned) {
     EXPECT_EQ((std::vector<std::string>{"ｱ", "ｱｶ"}), saturated_);
     ASSERT_EQ(2u, lines_.size());
-    EXPECT_EQ("5 mapdb kana index: 32779 POIs have readings beginning with \"ｱ\"; its count is "
-              "stored as 32767\n",
-              lines_[0]);
-    EXPECT_EQ("5 mapdb kana index: 32768 POIs have readings beginning with \"ｱｶ\"; its count is "
-              "stored as 32767\n",
-              lines_[1]);
+    EXPECT_EQ(
+        "5 mapdb kana index: 32779 POIs have readings beginning with \"ｱ\"; its count is "
+        "stored as 32767\n",
+        lines_[0]);
+    EXPECT_EQ(
+        "5 mapdb kana index: 32768 POIs have readings beginning with \"ｱｶ\"; its count is "
+        "stored as 32767\n",
+        lines_[1]);
 }
 
 TEST_F(KanaRunLimitTest, CountsAreExactBelowTheLimitAndSaturatedAboveIt) {
