@@ -13,6 +13,7 @@
 #include "AddressWriter.h"
 #include "SearchProc.h"
 #include "TempDir.h"
+#include "common/HeapCounter.h"
 #include "common/JapanDb.h"
 #include "common/ReadCounter.h"
 
@@ -114,6 +115,15 @@ Fixture& Shared() {
     return f;
 }
 
+// The heap high-water mark of the search object, made after `Mark()` was taken.
+size_t Mark() {
+    benchdb::ResetHeapPeak();
+    return benchdb::HeapLive();
+}
+void ReportHeap(benchmark::State& state, size_t mark) {
+    state.counters["heap_peak_B"] = static_cast<double>(benchdb::HeapPeak() - mark);
+}
+
 // Leaves the object at the list of `level` (prefecture 13, then always the first item).
 bool GoTo(CSearchAddressProc* s, int level) {
     unsigned long n = 0;
@@ -135,6 +145,7 @@ void BM_Choose(benchmark::State& state) {
     Fixture& f = Shared();
     const int level = static_cast<int>(state.range(0));
     const unsigned long size = f.List(level).size();
+    const size_t mark = Mark();
     CSearchAddressProc s;
     if (!GoTo(&s, level)) return state.SkipWithError("walk failed");
     unsigned long k = 0, reads = 0, n = 0, pos = 0;
@@ -149,12 +160,14 @@ void BM_Choose(benchmark::State& state) {
     state.counters["reads/op"] =
         benchmark::Counter(static_cast<double>(reads), benchmark::Counter::kAvgIterations);
     state.counters["items"] = static_cast<double>(f.items);
+    ReportHeap(state, mark);
 }
 
 // Back from the level's list to the one above (the choice that returns is not timed).
 void BM_Back(benchmark::State& state) {
     Shared();
     const int level = static_cast<int>(state.range(0));
+    const size_t mark = Mark();
     CSearchAddressProc s;
     if (!GoTo(&s, level)) return state.SkipWithError("walk failed");
     unsigned long reads = 0, n = 0, pos = 0;
@@ -168,6 +181,7 @@ void BM_Back(benchmark::State& state) {
     }
     state.counters["reads/op"] =
         benchmark::Counter(static_cast<double>(reads), benchmark::Counter::kAvgIterations);
+    ReportHeap(state, mark);
 }
 
 // A page of 20 items at a start that jumps through the list (a new block when it is long).
@@ -175,6 +189,7 @@ void BM_ListPage(benchmark::State& state) {
     Fixture& f = Shared();
     const int level = static_cast<int>(state.range(0));
     const unsigned long size = f.List(level).size();
+    const size_t mark = Mark();
     CSearchAddressProc s;
     if (!GoTo(&s, level)) return state.SkipWithError("walk failed");
     std::vector<CLocationData> page(20);
@@ -186,10 +201,12 @@ void BM_ListPage(benchmark::State& state) {
     }
     Report(state, reads);
     state.counters["list"] = static_cast<double>(size);
+    ReportHeap(state, mark);
 }
 
 void BM_CurrentAddress(benchmark::State& state) {
     Shared();
+    const size_t mark = Mark();
     CSearchAddressProc s;
     if (!GoTo(&s, kDeepest)) return state.SkipWithError("walk failed");
     unsigned long n = 0;
@@ -198,6 +215,7 @@ void BM_CurrentAddress(benchmark::State& state) {
     const unsigned long reads = benchdb::ReadCount();
     for (auto _ : state) benchmark::DoNotOptimize(s.GetCurrentAddress(text));
     Report(state, reads);
+    ReportHeap(state, mark);
 }
 
 BENCHMARK(BM_Choose)

@@ -12,6 +12,8 @@
 #include "GuidanceWriter.h"
 #include "SearchProc.h"
 #include "TempDir.h"
+#include "common/HeapCounter.h"
+#include "common/ReadCounter.h"
 #include "imaging/PictureFormat.h"
 
 namespace {
@@ -106,6 +108,10 @@ void BM_PictureToBitmap(benchmark::State& state) {
     Shared();
     const unsigned long id = static_cast<unsigned long>(state.range(0));
     std::vector<unsigned char> out(375066);
+    const unsigned long reads = benchdb::ReadCount();
+    const unsigned long long bytes = benchdb::ReadBytes();
+    benchdb::ResetHeapPeak();
+    const size_t heap = benchdb::HeapLive();
     CImageFileIO reader;
     CImageData maps;
     unsigned long wrong = 0;
@@ -133,6 +139,12 @@ void BM_PictureToBitmap(benchmark::State& state) {
         wrong += ok != 1 || w == 0;
     }
     if (wrong != 0) state.SkipWithError("a picture was not read");
+    const auto avg = benchmark::Counter::kAvgIterations;
+    state.counters["reads/op"] =
+        benchmark::Counter(static_cast<double>(benchdb::ReadCount() - reads), avg);
+    state.counters["bytes/op"] =
+        benchmark::Counter(static_cast<double>(benchdb::ReadBytes() - bytes), avg);
+    state.counters["heap_peak_B"] = static_cast<double>(benchdb::HeapPeak() - heap);
 }
 BENCHMARK(BM_PictureToBitmap)
     ->ArgName("kind")

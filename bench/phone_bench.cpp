@@ -15,6 +15,7 @@
 #include "SearchProc.h"
 #include "TelephoneWriter.h"
 #include "TempDir.h"
+#include "common/HeapCounter.h"
 #include "common/JapanDb.h"
 #include "common/ReadCounter.h"
 #include "search/PhoneKey.h"
@@ -110,6 +111,9 @@ void BM_PhoneSearch(benchmark::State& state) {
     Fixture& f = Shared();
     const unsigned long wanted = static_cast<unsigned long>(state.range(0));
     const std::vector<std::string>& numbers = f.numbers[wanted];
+    benchdb::ResetHeapPeak();
+    const size_t heap = benchdb::HeapLive();
+    const unsigned long long bytes = benchdb::ReadBytes();
     CSearchPhoneProc search;
     size_t k = 0;
     unsigned long wrongKind = 0;
@@ -125,6 +129,9 @@ void BM_PhoneSearch(benchmark::State& state) {
     if (wrongKind != 0) state.SkipWithError("a search answered from another directory");
     state.counters["reads/op"] = benchmark::Counter(
         static_cast<double>(benchdb::ReadCount() - reads), benchmark::Counter::kAvgIterations);
+    state.counters["bytes/op"] = benchmark::Counter(
+        static_cast<double>(benchdb::ReadBytes() - bytes), benchmark::Counter::kAvgIterations);
+    state.counters["heap_peak_B"] = static_cast<double>(benchdb::HeapPeak() - heap);
 }
 BENCHMARK(BM_PhoneSearch)
     ->ArgName("kind")

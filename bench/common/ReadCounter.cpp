@@ -9,17 +9,35 @@
 
 namespace {
 std::atomic<unsigned long> g_reads{0};
+std::atomic<unsigned long long> g_bytes{0};
 }  // namespace
 
 extern "C" ssize_t pread(int fd, void* buf, size_t n, off_t offset) {
     using Fn = ssize_t (*)(int, void*, size_t, off_t);
     static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "pread"));
     g_reads.fetch_add(1, std::memory_order_relaxed);
-    return real(fd, buf, n, offset);
+    const ssize_t got = real(fd, buf, n, offset);
+    if (got > 0) g_bytes.fetch_add(static_cast<unsigned long long>(got), std::memory_order_relaxed);
+    return got;
+}
+
+// The same for pread64, which programs built with 64-bit file offsets call (SQLite does).
+extern "C" ssize_t pread64(int fd, void* buf, size_t n, off_t offset) {
+    using Fn = ssize_t (*)(int, void*, size_t, off_t);
+    static Fn real = reinterpret_cast<Fn>(dlsym(RTLD_NEXT, "pread64"));
+    g_reads.fetch_add(1, std::memory_order_relaxed);
+    const ssize_t got = real(fd, buf, n, offset);
+    if (got > 0) g_bytes.fetch_add(static_cast<unsigned long long>(got), std::memory_order_relaxed);
+    return got;
 }
 
 namespace benchdb {
 
-unsigned long ReadCount() { return g_reads.load(std::memory_order_relaxed); }
+unsigned long ReadCount() {
+    return g_reads.load(std::memory_order_relaxed);
+}
+unsigned long long ReadBytes() {
+    return g_bytes.load(std::memory_order_relaxed);
+}
 
 }  // namespace benchdb

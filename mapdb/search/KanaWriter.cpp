@@ -11,6 +11,7 @@
 #include "Position.h"
 #include "TextTools.h"
 #include "foundation/Bytes.h"
+#include "platform/Log.h"
 #include "search/GenreFilter.h"
 
 namespace mapdb {
@@ -38,7 +39,10 @@ struct FileRecords {
     std::vector<size_t> sources;
 };
 
-Bytes TreeImage(unsigned fileNo, const FileRecords& file, const std::string& version) {
+// Builds the tree of one base file; the prefixes whose run count saturated are added to
+// *saturated (UTF-8).
+Bytes TreeImage(unsigned fileNo, const FileRecords& file, const std::string& version,
+                std::vector<std::string>* saturated) {
     const std::vector<std::string>& keys = file.keys;
     std::vector<Node> nodes;
     nodes.push_back(Node{});
@@ -48,12 +52,16 @@ Bytes TreeImage(unsigned fileNo, const FileRecords& file, const std::string& ver
     nodes[0].depth = 0;
     for (size_t k = 0; k < nodes.size(); ++k) {
         const size_t lo = nodes[k].lo, hi = nodes[k].hi, depth = nodes[k].depth;
-        if (hi - lo > kMaxRun) {
-            throw Error("more than 32767 POIs have readings beginning with \"" +
-                        SjisToUtf8(keys[lo].substr(0, depth + 1)) + "\"");
-        }
         nodes[k].firstRecord = static_cast<uint32_t>(lo);
-        nodes[k].count = static_cast<uint32_t>(hi - lo);
+        nodes[k].count = static_cast<uint32_t>(std::min<size_t>(hi - lo, kMaxRun));
+        if (hi - lo > kMaxRun) {
+            const std::string prefix = SjisToUtf8(keys[lo].substr(0, depth + 1));
+            platform::Log(5, "mapdb",
+                          "kana index: %zu POIs have readings beginning with \"%s\"; its count "
+                          "is stored as %u\n",
+                          hi - lo, prefix.c_str(), static_cast<unsigned>(kMaxRun));
+            saturated->push_back(prefix);
+        }
         size_t r = lo;
         // Shorter readings sort first: those that end at this node make it complete.
         while (r < hi && keys[r].size() == depth + 1) {
@@ -94,8 +102,9 @@ uint32_t PackedGenres(const PoiSource& poi) {
 
 }  // namespace
 
-void WriteKana(const std::string& root, const std::vector<PoiSource>& pois, const BaseResult& base,
-               const std::string& version) {
+std::vector<std::string> WriteKana(const std::string& root, const std::vector<PoiSource>& pois,
+                                   const BaseResult& base, const std::string& version) {
+    std::vector<std::string> saturated;
     if (base.ids.size() != pois.size() || base.readings.size() != pois.size()) {
         throw Error("kana index: base data written for " + std::to_string(base.ids.size()) +
                     " POIs, given " + std::to_string(pois.size()));
@@ -164,13 +173,14 @@ void WriteKana(const std::string& root, const std::vector<PoiSource>& pois, cons
         }
         char name[16];
         snprintf(name, sizeof(name), "K%03u.idx", fileNo);
-        pack.Add(name, TreeImage(fileNo, file, version));
+        pack.Add(name, TreeImage(fileNo, file, version, &saturated));
         snprintf(name, sizeof(name), "K%03u.ofs", fileNo);
         pack.Add(name, ofs.Take());
         snprintf(name, sizeof(name), "K2%03u.ofs", fileNo);
         pack.Add(name, ofs2.Take());
     }
     pack.Write(root, "KANAMA");
+    return saturated;
 }
 
 }  // namespace mapdb

@@ -17,9 +17,17 @@ namespace mapdb {
 // entries) whose reading begins with the node's path: first id = the run's first POI id,
 // count = its length. Bit 15 of the count is set when the path is the whole reading of at
 // least one POI. Entry r of both offset files describes record r of the base file.
-// Throws Error on a reading that cannot be converted, on base data that does not match the
-// readings, and on a run of more than 32,767 POIs (the count has 15 bits).
-void WriteKana(const std::string& root, const std::vector<PoiSource>& pois, const BaseResult& base,
-               const std::string& version = kDefaultVersion);
+//
+// A node's count has 15 bits. A run of more than 32,767 POIs (a first character shared by a
+// nation's worth of readings) is stored saturated: its count is 32,767, so searching that
+// prefix offers the first 32,767 POIs of the run. The other POIs stay reachable through the
+// longer prefixes of their readings (each counted exactly unless it too exceeds the limit) and
+// through every other search. Each saturated prefix is logged as a warning
+// (priority 5, tag "mapdb") and returned, in UTF-8, in tree order per base file.
+// Throws Error on a reading that cannot be converted and on base data that does not match the
+// readings.
+std::vector<std::string> WriteKana(const std::string& root, const std::vector<PoiSource>& pois,
+                                   const BaseResult& base,
+                                   const std::string& version = kDefaultVersion);
 
 }  // namespace mapdb

@@ -1,12 +1,14 @@
 // The two-call protocol of the block decoder as the data-set readers use it: ask for the
 // decoded size, allocate that plus one zeroed byte (so a record at the very end reads a zero
-// after it), decode. Internal; not exported.
+// after it), decode. A block decoded before with the same bytes is taken from the process-wide
+// memo instead (same buffer, same length, same refusals). Internal; not exported.
 #pragma once
 
 #include <climits>
 #include <cstdint>
 #include <cstring>
 
+#include "codec/DecodedBlockCache.h"
 #include "codec/MarlinDataProc.h"
 #include "foundation/Alloc.h"
 
@@ -18,6 +20,15 @@ namespace codec {
 inline unsigned char* DecodeToNewBuffer(CMarlinDataProc* decoder, unsigned char* block,
                                         unsigned long size, unsigned long* len,
                                         unsigned long maxSize = ULONG_MAX) {
+    unsigned long bufferSize = 0, cached = 0;
+    if (unsigned char* hit = block_cache::Find(block, size, &bufferSize, &cached)) {
+        if (bufferSize - 1 > maxSize) {  // the size the decoder would have announced
+            delete[] hit;
+            return nullptr;
+        }
+        *len = cached;
+        return hit;
+    }
     const unsigned long n = decoder->Decode(nullptr, block, size);
     if (n == 0 || n > maxSize) return nullptr;
     unsigned char* out = alloc::NewArray<unsigned char>(static_cast<uint64_t>(n) + 1);
@@ -28,6 +39,7 @@ inline unsigned char* DecodeToNewBuffer(CMarlinDataProc* decoder, unsigned char*
         delete[] out;
         return nullptr;
     }
+    block_cache::Store(block, size, out, n + 1, decoded);
     *len = decoded;
     return out;
 }
