@@ -110,11 +110,14 @@ bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId, unsigne
     }
     // One level per key character, so a damaged tree with cycles still ends. A short read
     // ends the walk; the values of the last node read stand.
+    // A node's entry is read once: the children read of one level already holds the entry of
+    // the node the next level starts from, and a skipped character keeps the node just read.
     unsigned long node = 0;
+    bool haveEntry = false;
     unsigned char entry[kNodeSize];
     unsigned char children[kMaxChildren * kNodeSize];  // a node counts its children in a byte
     for (unsigned long level = 1; level <= n; ++level) {
-        if (ReadPackEntries(node, 1, kNodeSize, entry) != kNodeSize) break;
+        if (!haveEntry && ReadPackEntries(node, 1, kNodeSize, entry) != kNodeSize) break;
         *firstId = bytes::ReadU32LE(entry + 6);
         *countWord = bytes::ReadU16LE(entry + 10);
         const uint32_t firstChild = bytes::ReadU32LE(entry + 1);
@@ -124,6 +127,7 @@ bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId, unsigne
         const unsigned long got =
             childCount == 0 ? 0 : ReadPackEntries(firstChild, childCount, kNodeSize, children);
         unsigned long next = node;
+        unsigned long nextAt = kMaxChildren;  // the matching child's place in `children`
         bool shortRead = false;
         for (unsigned long j = 0; j < childCount; ++j) {
             if (got <= kNodeSize * j) {
@@ -133,11 +137,22 @@ bool CSearchKanaProc::LoadIndex(bool* keyStates, unsigned long* firstId, unsigne
             const unsigned char ch = children[kNodeSize * j];
             if (level == n) MarkKey(keyStates, ch);
             // key[n] is the terminator. When several children match, the last one wins.
-            if (ch == key[level]) next = static_cast<uint32_t>(firstChild + j);
+            if (ch == key[level]) {
+                next = static_cast<uint32_t>(firstChild + j);
+                nextAt = j;
+            }
         }
         if (shortRead) break;
         // Deliberate: no matching child keeps the node, so an unknown character is skipped
         // and the next key character is tried against the same children.
+        if (nextAt == kMaxChildren) {
+            haveEntry = true;  // the same node again
+        } else if (got >= kNodeSize * (nextAt + 1)) {
+            memcpy(entry, children + kNodeSize * nextAt, kNodeSize);
+            haveEntry = true;
+        } else {
+            haveEntry = false;  // only part of its entry came back: read it on its own
+        }
         node = next;
     }
     ClosePackFolder();
