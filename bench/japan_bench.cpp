@@ -28,6 +28,7 @@
 #include "common/HeapCounter.h"
 #include "common/JapanDb.h"
 #include "common/ReadCounter.h"
+#include "search/SearchBaseDataProc.h"
 
 namespace {
 
@@ -303,9 +304,10 @@ private:
 };
 
 // How a benchmark walks its sample: round robin with the library's memo of decoded containers
-// (the default), round robin with the memo off (every container decoded), or the first sample
-// over and over (the memo warm).
-enum class Mode { kCycle, kNoMemo, kRepeat };
+// (the default), round robin with the memo off (every container decoded), round robin with the
+// memo but a page's containers decoded one after another (no prefetch on a second thread), or
+// the first sample over and over (the memo warm).
+enum class Mode { kCycle, kNoMemo, kSerial, kRepeat };
 
 size_t Next(size_t* k, size_t n, Mode mode) {
     return mode == Mode::kRepeat ? 0 : (*k)++ % n;
@@ -318,8 +320,12 @@ public:
     explicit MemoScope(Mode mode) {
         codec::block_cache::SetCapacity(
             mode == Mode::kNoMemo ? 0 : codec::block_cache::kDefaultCapacity);
+        container_prefetch::SetEnabled(mode != Mode::kSerial);
     }
-    ~MemoScope() { codec::block_cache::SetCapacity(codec::block_cache::kDefaultCapacity); }
+    ~MemoScope() {
+        codec::block_cache::SetCapacity(codec::block_cache::kDefaultCapacity);
+        container_prefetch::SetEnabled(true);
+    }
 };
 
 // The peer's prefix range: readings r with prefix <= r < the prefix with its last byte raised.
@@ -459,9 +465,9 @@ void GenrePeer(benchmark::State& state, bool broad, bool page, Mode mode) {
 
 // ---- vicinity: hits of one class within a radius, sorted, and the first page of 20 ----
 
-void VicinityOurs(benchmark::State& state, int radius, bool page) {
+void VicinityOurs(benchmark::State& state, int radius, bool page, Mode mode = Mode::kCycle) {
     const auto& points = Shared().points;
-    MemoScope memo(Mode::kCycle);
+    MemoScope memo(mode);
     Meter meter(false);
     CVicinityProc search;
     CLocationData out[20];
@@ -689,6 +695,16 @@ void RegisterAll() {
            [](benchmark::State& s) { GenreOurs(s, false, true, Mode::kNoMemo); });
     nomemo("kana_page20/L2", [](benchmark::State& s) { KanaPageOurs(s, 2, Mode::kNoMemo); });
     nomemo("poi_by_id", [](benchmark::State& s) { PoiByIdOurs(s, Mode::kNoMemo); });
+    // A page's containers decoded on the calling thread alone.
+    const auto serial = [](const std::string& name, std::function<void(benchmark::State&)> f) {
+        benchmark::RegisterBenchmark(("serial/" + name + "/ours").c_str(), f)
+            ->Unit(benchmark::kMicrosecond);
+    };
+    serial("genre_page20/narrow",
+           [](benchmark::State& s) { GenreOurs(s, false, true, Mode::kSerial); });
+    serial("kana_page20/L2", [](benchmark::State& s) { KanaPageOurs(s, 2, Mode::kSerial); });
+    serial("vicinity_page20/5000m",
+           [](benchmark::State& s) { VicinityOurs(s, 5000, true, Mode::kSerial); });
 }
 
 }  // namespace

@@ -90,6 +90,11 @@ public:
         bytes_ = hits_ = misses_ = 0;
     }
 
+    size_t Capacity() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return capacity_;
+    }
+
     Stats GetStats() {
         std::lock_guard<std::mutex> lock(mutex_);
         return Stats{order_.size(), bytes_, hits_, misses_};
@@ -133,6 +138,10 @@ void Store(const unsigned char* block, unsigned long size, const unsigned char* 
 
 void SetCapacity(size_t bytes) {
     TheMemo().SetCapacity(bytes);
+}
+
+size_t Capacity() {
+    return TheMemo().Capacity();
 }
 
 Stats GetStats() {

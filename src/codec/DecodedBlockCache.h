@@ -29,6 +29,7 @@ SP_LOCAL void Store(const unsigned char* block, unsigned long size, const unsign
 
 // Test hooks: sets the capacity (0 turns the memo off), emptying it; reports what is held.
 SP_LOCAL void SetCapacity(size_t bytes);
+SP_LOCAL size_t Capacity();
 struct Stats {
     size_t entries, bytes, hits, misses;
 };

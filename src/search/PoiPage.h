@@ -42,6 +42,11 @@ private:
 template <typename Each>
 bool Fill(CSearchBaseDataProc* base, CLocationData* out, const unsigned long* ids, unsigned long n,
           bool stopAtEmpty, Each each) {
+    unsigned long used = n;
+    if (stopAtEmpty) {
+        for (used = 0; used < n && ids[used] != kEmpty;) ++used;
+    }
+    base->PrefetchContainers(ids, used);
     for (unsigned long i = 0; i < n; ++i) {
         if (stopAtEmpty && ids[i] == kEmpty) break;
         if (!each(i, base->SearchProc(&out[i], ids[i]))) return false;

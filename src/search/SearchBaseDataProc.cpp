@@ -2,9 +2,14 @@
 // the bookmarked paged scan.
 #include "search/SearchBaseDataProc.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <system_error>
+#include <thread>
+#include <vector>
 
 #include "codec/DecodeToBuffer.h"
 #include "foundation/Alloc.h"
@@ -171,23 +176,31 @@ bool CSearchBaseDataProc::LoadContainerOffset(unsigned long* start, unsigned lon
     return true;
 }
 
-bool CSearchBaseDataProc::LoadData(unsigned long fileNo, unsigned long start, unsigned long size) {
-    delete[] m_pContainer;
-    m_pContainer = nullptr;
-    m_dwContainerLen = 0;
-    if (!ValidFile(fileNo) || size == 0) return false;
+std::unique_ptr<unsigned char[]> CSearchBaseDataProc::ReadBlock(unsigned long fileNo,
+                                                                unsigned long start,
+                                                                unsigned long size) {
+    if (!ValidFile(fileNo) || size == 0) return nullptr;
     char rel[32];
     const char* name = BaseFileName(rel, fileNo, "DAT");
     io::FileCloser file(name != nullptr ? OpenDataFile(name) : -1);
-    if (file.fd() < 0) return false;
+    if (file.fd() < 0) return nullptr;
     // A block that the file does not hold would be a short read: refused before the buffer
     // is allocated.
     const int64_t fileSize = io::FileSize(file.fd());
     if (fileSize < 0 || static_cast<uint64_t>(start) + size > static_cast<uint64_t>(fileSize)) {
-        return false;
+        return nullptr;
     }
     std::unique_ptr<unsigned char[]> block(alloc::NewArray<unsigned char>(size));
-    if (!block || !io::ReadExactly(file.fd(), block.get(), size, start)) return false;
+    if (!block || !io::ReadExactly(file.fd(), block.get(), size, start)) return nullptr;
+    return block;
+}
+
+bool CSearchBaseDataProc::LoadData(unsigned long fileNo, unsigned long start, unsigned long size) {
+    delete[] m_pContainer;
+    m_pContainer = nullptr;
+    m_dwContainerLen = 0;
+    const std::unique_ptr<unsigned char[]> block = ReadBlock(fileNo, start, size);
+    if (!block) return false;
     // The decoded size plus one zeroed byte: a record at the very end that lacks only its
     // flag byte reads the spare zero as its flags.
     unsigned long decoded = 0;
@@ -195,6 +208,70 @@ bool CSearchBaseDataProc::LoadData(unsigned long fileNo, unsigned long start, un
     if (m_pContainer == nullptr) return false;
     m_dwContainerLen = decoded;
     return true;
+}
+
+namespace container_prefetch {
+namespace {
+std::atomic<bool> g_enabled{true};
+}  // namespace
+
+void SetEnabled(bool on) {
+    g_enabled = on;
+}
+}  // namespace container_prefetch
+
+void CSearchBaseDataProc::PrefetchContainers(const unsigned long* ids, unsigned long n) {
+    // Worth it only with a second CPU, a memo to keep the decodes and two blocks to share out.
+    const size_t capacity = codec::block_cache::Capacity();
+    if (!container_prefetch::g_enabled || ids == nullptr || n < 2 || capacity == 0 ||
+        std::thread::hardware_concurrency() < 2) {
+        return;
+    }
+    struct Job {
+        std::unique_ptr<unsigned char[]> block;
+        unsigned long size;
+    };
+    std::vector<Job> jobs;
+    std::vector<uint64_t> seen;
+    // What the page may bring into the memo: half of it, so the page's own blocks stay there.
+    uint64_t budget = capacity / 2;
+    for (unsigned long i = 0; i < n; ++i) {
+        const unsigned long f = (ids[i] >> 24) & 0xFF;
+        const unsigned long r = ids[i] & 0xFFFFFF;
+        const uint32_t k = static_cast<uint32_t>(r / kPerContainer);
+        if (!ValidFile(f) || (m_dwLoadedFile == f && m_dwLoadedContainer == k)) continue;
+        const uint64_t key = static_cast<uint64_t>(f) << 32 | k;
+        if (std::find(seen.begin(), seen.end(), key) != seen.end()) continue;
+        seen.push_back(key);
+        unsigned long start = 0, size = 0;
+        if (!LoadContainerOffset(&start, &size, f, r)) continue;
+        std::unique_ptr<unsigned char[]> block = ReadBlock(f, start, size);
+        if (!block) continue;
+        const unsigned long decoded = Decode(nullptr, block.get(), size);
+        if (decoded > kMaxContainer) continue;  // refused by the look-up anyway
+        const uint64_t cost = static_cast<uint64_t>(size) + decoded;
+        if (cost > budget) break;
+        budget -= cost;
+        jobs.push_back(Job{std::move(block), size});
+    }
+    if (jobs.size() < 2) return;
+    std::atomic<size_t> next{0};
+    auto work = [&jobs, &next] {
+        CMarlinDataProc decoder;
+        for (size_t j; (j = next.fetch_add(1)) < jobs.size();) {
+            unsigned long len = 0;
+            delete[] codec::DecodeToNewBuffer(&decoder, jobs[j].block.get(), jobs[j].size, &len,
+                                              kMaxContainer);
+        }
+    };
+    std::thread helper;
+    try {
+        helper = std::thread(work);
+    } catch (const std::system_error&) {
+        return;  // no thread to be had: the look-ups decode as usual
+    }
+    work();
+    helper.join();
 }
 
 bool CSearchBaseDataProc::GetData(CPoiData* poi, unsigned long offset) {

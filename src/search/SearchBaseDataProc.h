@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "codec/MarlinDataProc.h"
 #include "foundation/CommonProc.h"
@@ -32,10 +33,10 @@ public:
     bool LoadIndex(unsigned long* offset, CPoiData* poi, unsigned long fileNo, unsigned long rec);
     // The paged index scan behind GetList: record numbers, data offsets and genre codes of the
     // matches listStart .. listStart+listCount-1, steered by the page bookmark.
-    bool LoadIndex(unsigned long* recs, unsigned long* offsets, CPoiData* poi,
-                   unsigned long fileNo, unsigned long rangeStart, unsigned long rangeCount,
-                   unsigned long listStart, unsigned long listCount, unsigned long g1,
-                   unsigned long g2, unsigned long g3, unsigned long g4);
+    bool LoadIndex(unsigned long* recs, unsigned long* offsets, CPoiData* poi, unsigned long fileNo,
+                   unsigned long rangeStart, unsigned long rangeCount, unsigned long listStart,
+                   unsigned long listCount, unsigned long g1, unsigned long g2, unsigned long g3,
+                   unsigned long g4);
     // Start and size in the ".DAT" of the container holding record `rec`.
     bool LoadContainerOffset(unsigned long* start, unsigned long* size, unsigned long fileNo,
                              unsigned long rec);
@@ -47,6 +48,10 @@ public:
     bool ConvInitial(unsigned char* out, unsigned long ch);
     // Releases the decoded container.
     void FlushBuf();
+    // Decodes the containers that ids[0 .. n-1] lie in (other than the loaded one) on two
+    // threads into the process-wide memo of decoded blocks, so that the look-ups that follow
+    // find them there. Changes nothing else: every look-up still reads and checks its data.
+    SP_LOCAL void PrefetchContainers(const unsigned long* ids, unsigned long n);
 
 protected:
     CSearchArrivalProc m_Arrival;
@@ -65,6 +70,15 @@ protected:
 
 private:
     SP_LOCAL void ResetBookmark();
+    // The compressed block of `size` bytes at `start` of the ".DAT" of fileNo; null when the
+    // file does not hold it or it cannot be read.
+    SP_LOCAL std::unique_ptr<unsigned char[]> ReadBlock(unsigned long fileNo, unsigned long start,
+                                                        unsigned long size);
     // Loads the container of (fileNo, rec) unless it is the one remembered as loaded.
     SP_LOCAL bool EnsureContainer(unsigned long fileNo, unsigned long rec);
 };
+
+namespace container_prefetch {
+// Bench and test hook: turns PrefetchContainers on (the default) or off for the process.
+SP_LOCAL void SetEnabled(bool on);
+}  // namespace container_prefetch

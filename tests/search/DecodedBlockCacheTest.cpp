@@ -1,9 +1,11 @@
 // The process-wide memo of decoded containers is invisible: every POI record and status is the
 // same with the memo on (warmed with the intact containers) and off, on intact data and on
 // containers damaged byte by byte after they were decoded once; the memo stays within its
-// capacity, and concurrent readers get the records a single reader gets.
+// capacity, and concurrent readers get the records a single reader gets. A page's containers
+// decoded ahead on two threads land in the memo within half its capacity and change nothing.
 #include <cstring>
 #include <thread>
+#include <vector>
 
 #include "codec/DecodedBlockCache.h"
 #include "foundation/Bytes.h"
@@ -131,6 +133,55 @@ TEST_F(DecodedBlockCacheTest, StaysWithinItsCapacityAndServesConcurrentReaders) 
     for (auto& t : threads) t.join();
     for (const auto& r : results) ExpectSame(plain, r);
     EXPECT_EQ(kContainers, memo::GetStats().entries);
+}
+
+TEST_F(DecodedBlockCacheTest, PageContainersDecodedAheadChangeNothing) {
+    memo::SetCapacity(0);
+    const std::vector<Lookup> plain = LookAll();
+    // Two ids in each container, an id of no base file and the empty slot.
+    std::vector<unsigned long> page = {0x7fffffff, 5u << 24};
+    for (uint32_t i = 0; i < kPois; i += 250) page.push_back((177u << 24) | i);
+    const bool twoCpus = std::thread::hardware_concurrency() >= 2;
+
+    memo::SetCapacity(memo::kDefaultCapacity);
+    CSearchBaseDataProc().PrefetchContainers(page.data(), page.size());
+    const memo::Stats s = memo::GetStats();
+    EXPECT_EQ(twoCpus ? kContainers : 0u, s.entries);
+    EXPECT_EQ(0u, s.hits);
+    ExpectSame(plain, LookAll());
+    if (twoCpus) {
+        EXPECT_EQ(kContainers, memo::GetStats().misses) << "all found decoded";
+    }
+
+    // Turned off, or a memo with room for about four containers: at most half of it is filled.
+    container_prefetch::SetEnabled(false);
+    memo::SetCapacity(memo::kDefaultCapacity);
+    CSearchBaseDataProc().PrefetchContainers(page.data(), page.size());
+    container_prefetch::SetEnabled(true);
+    EXPECT_EQ(0u, memo::GetStats().entries);
+    LookAll();
+    const size_t capacity = memo::GetStats().bytes * 2 / 3;
+    memo::SetCapacity(capacity);
+    CSearchBaseDataProc().PrefetchContainers(page.data(), page.size());
+    EXPECT_LE(memo::GetStats().bytes, capacity / 2 + 3 * 65);
+    EXPECT_LE(memo::GetStats().entries, 3u);
+    EXPECT_GE(memo::GetStats().entries, twoCpus ? 2u : 0u);
+    ExpectSame(plain, LookAll());
+
+    // A damaged container is left out, and reads as it does without the memo.
+    const std::string dat = dir_ / "BASE/B177.DAT";
+    const mapdb::Bytes intact = mapdb::ReadFile(dat);
+    const mapdb::Bytes cnt = mapdb::ReadFile(dir_ / "BASE/B177.CNT");
+    mapdb::Bytes damaged = intact;
+    damaged[bytes::ReadU24LE(&cnt[16 + 3]) + 13] ^= 0xFF;
+    mapdb::WriteFile(dat, damaged);
+    memo::SetCapacity(0);
+    const std::vector<Lookup> broken = LookAll();
+    memo::SetCapacity(memo::kDefaultCapacity);
+    CSearchBaseDataProc().PrefetchContainers(page.data(), page.size());
+    EXPECT_EQ(twoCpus ? kContainers - 1 : 0u, memo::GetStats().entries);
+    ExpectSame(broken, LookAll());
+    mapdb::WriteFile(dat, intact);
 }
 
 }  // namespace
