@@ -3,6 +3,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "foundation/CommonProc.h"
 #include "foundation/ReadAt.h"
 
@@ -19,7 +22,22 @@ TableFile::~TableFile() {
 
 bool TableFile::Read(uint64_t k, unsigned char* entry) const {
     if (fd_ < 0 || k >= count_) return false;
-    return io::ReadExactly(fd_, entry, entrySize_, table::EntryOffset(k, entrySize_));
+    const uint64_t span = entrySize_ == 0 ? 0 : kWindowBytes / entrySize_;
+    if (span < 4) return io::ReadExactly(fd_, entry, entrySize_, table::EntryOffset(k, entrySize_));
+    if (k < windowFirst_ || k - windowFirst_ >= windowCount_) {
+        // The window centred on k, kept inside the table.
+        const uint64_t n = std::min(span, count_);
+        uint64_t first = k > span / 2 ? k - span / 2 : 0;
+        if (first > count_ - n) first = count_ - n;
+        const long got = io::ReadAt(fd_, window_, static_cast<size_t>(n * entrySize_),
+                                    table::EntryOffset(first, entrySize_));
+        windowFirst_ = first;
+        // Only whole entries count: one cut short by the end of the file is not read.
+        windowCount_ = got < 0 ? 0 : static_cast<uint64_t>(got) / entrySize_;
+        if (k - windowFirst_ >= windowCount_) return false;
+    }
+    memcpy(entry, window_ + (k - windowFirst_) * entrySize_, entrySize_);
+    return true;
 }
 
 long TableFile::ReadRange(uint64_t k, uint64_t n, unsigned char* entries) const {

@@ -39,13 +39,20 @@ public:
     // Whole entries in the file; 0 when it is not open or shorter than its header.
     uint64_t count() const { return count_; }
     // Reads entry k into `entry` (entrySize bytes); false when k >= count() or the read fails.
+    // Small entries come through a window of the entries around k, so that the last steps of
+    // a binary search and short scans cost no further read.
     bool Read(uint64_t k, unsigned char* entry) const;
     // Reads up to n entries from k into `entries`; the number of whole entries read, never
     // beyond count(). -1 on a read error.
     long ReadRange(uint64_t k, uint64_t n, unsigned char* entries) const;
 
 private:
+    static constexpr size_t kWindowBytes = 2048;
+
     int fd_;
     size_t entrySize_;
     uint64_t count_ = 0;
+    mutable uint64_t windowFirst_ = 0;  // entries windowFirst_ .. + windowCount_ - 1 are held
+    mutable uint64_t windowCount_ = 0;
+    mutable unsigned char window_[kWindowBytes];
 };

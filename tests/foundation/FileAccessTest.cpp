@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -16,6 +17,7 @@
 #include "PackWriter.h"
 #include "SearchProc.h"
 #include "TempDir.h"
+#include "foundation/TableFile.h"
 #include "support/Settings.h"
 
 namespace {
@@ -276,6 +278,43 @@ TEST(CommonProc, FallbackFromDatabaseToSdFollowsBothSwitches) {
     EXPECT_EQ(0, close(Probe::OpenDataFile("SET/DBNAME.DAT", "SET/SDNAME.DAT")));
     EXPECT_EQ(0, close(Probe::OpenDataFile(rel.c_str()))) << "512 bytes";
     EXPECT_EQ(-1, Probe::OpenDataFile((rel + "g").c_str())) << "513 bytes";
+}
+
+// Table entries read in any order come back as the file holds them, whole entries only: sizes
+// below and above the read window, tables shorter than it, and a tail cut inside an entry.
+TEST(TableFile, EntriesInAnyOrderAndACutTail) {
+    testsupport::ScopedSettings keep;
+    mapdb::TempDir dir;
+    keep.Use(dir.path());
+    for (size_t size : {3u, 9u, 600u}) {
+        for (uint64_t count : {0u, 1u, 5u, 1000u}) {
+            for (size_t cut : {size_t{0}, size - 1}) {
+                SCOPED_TRACE(std::to_string(size) + " x " + std::to_string(count) + " + " +
+                             std::to_string(cut));
+                Bytes file(16, 0xEE);
+                for (uint64_t k = 0; k < count + (cut != 0); ++k) {
+                    for (size_t j = 0; j < size; ++j)
+                        file.push_back(static_cast<uint8_t>(k * 7 + j));
+                }
+                file.resize(16 + count * size + cut);
+                mapdb::WriteFile(dir.path() + "/T.DAT", file);
+                TableFile table("T.DAT", size);
+                ASSERT_EQ(count, table.count());
+                std::vector<uint64_t> order;
+                for (uint64_t k = count + 2; k-- > 0;) order.push_back(k);  // backwards
+                for (uint64_t k = 0, x = 1; k < 200; ++k) {
+                    order.push_back((x = x * 48271 % 2147483647) % (count + 2));
+                }
+                std::vector<uint8_t> entry(size);
+                for (uint64_t k : order) {
+                    ASSERT_EQ(k < count, table.Read(k, entry.data())) << k;
+                    if (k < count) {
+                        ASSERT_EQ(0, memcmp(&file[16 + k * size], entry.data(), size)) << k;
+                    }
+                }
+            }
+        }
+    }
 }
 
 }  // namespace
