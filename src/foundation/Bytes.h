@@ -17,7 +17,9 @@ inline uint32_t ReadU24LE(const unsigned char* p) {
 inline uint32_t ReadU32LE(const unsigned char* p) {
     return ReadU24LE(p) | (static_cast<uint32_t>(p[3]) << 24);
 }
-inline int32_t ReadI32LE(const unsigned char* p) { return static_cast<int32_t>(ReadU32LE(p)); }
+inline int32_t ReadI32LE(const unsigned char* p) {
+    return static_cast<int32_t>(ReadU32LE(p));
+}
 
 inline void PutU16LE(unsigned char* p, uint16_t v) {
     p[0] = static_cast<unsigned char>(v);
@@ -38,8 +40,12 @@ inline void PutU32LE(unsigned char* p, uint32_t v) {
 constexpr uint32_t kLonOrigin = 43200000;  // 120 degrees in 1/100 arc-second
 constexpr uint32_t kLatOrigin = 7200000;   // 20 degrees in 1/100 arc-second
 
-inline uint32_t WidenLongitude(uint32_t u) { return (u + kLonOrigin) * 10; }
-inline uint32_t WidenLatitude(uint32_t v) { return (v + kLatOrigin) * 10; }
+inline uint32_t WidenLongitude(uint32_t u) {
+    return (u + kLonOrigin) * 10;
+}
+inline uint32_t WidenLatitude(uint32_t v) {
+    return (v + kLatOrigin) * 10;
+}
 
 // The inverse, for writers: milliseconds of arc to a 3-byte offset (the last digit is
 // dropped). False when the position lies outside what three bytes can hold.

@@ -32,8 +32,8 @@ public:
                                     unsigned long size);
     static unsigned long LoadFile(char* path, unsigned char** out, unsigned long offset,
                                   unsigned long size);
-    static unsigned long LoadFile(char* dir, char* name, unsigned char** out,
-                                  unsigned long offset, unsigned long size);
+    static unsigned long LoadFile(char* dir, char* name, unsigned char** out, unsigned long offset,
+                                  unsigned long size);
     static unsigned long LoadFile(char* dir, char* name, unsigned char** out);
     static unsigned long LoadFile(char* path, unsigned char** out);
 };

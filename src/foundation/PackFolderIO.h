@@ -9,6 +9,8 @@
 #include "foundation/FileIO.h"
 #include "foundation/StringConvProc.h"
 
+class EntryWindow;
+
 class SP_EXPORT CPackFolderIO : public CFileIO, public CStringConvProc {
 public:
     CPackFolderIO();
@@ -41,6 +43,9 @@ protected:
     // Bytes read of n entries of `entrySize` from entry k of a table in the selected file.
     SP_LOCAL unsigned long ReadPackEntries(uint64_t k, uint64_t n, uint64_t entrySize,
                                            unsigned char* dst);
+    // Entry k of a table in the selected file through `window` (made for its entry size and
+    // count): false unless all its bytes were read. For binary searches.
+    SP_LOCAL bool ReadPackEntry(EntryWindow* window, uint64_t k, unsigned char* entry);
     // Bytes a read at `offset` of the selected file can really return: the rest of the packed
     // file, clipped to the end of the ".DAT" (an index entry may claim more than the data file
     // holds). Readers size their buffers with it; 0 when nothing is selected or readable.

@@ -1,6 +1,7 @@
 // Reads of the selected packed file at 64-bit offsets.
 #include <climits>
 
+#include "foundation/EntryWindow.h"
 #include "foundation/PackFolderIO.h"
 #include "foundation/TableFile.h"
 
@@ -13,4 +14,10 @@ unsigned long CPackFolderIO::ReadPackEntries(uint64_t k, uint64_t n, uint64_t en
                                              unsigned char* dst) {
     if (entrySize != 0 && n > UINT64_MAX / entrySize) return 0;
     return ReadPackAt(table::EntryOffset(k, entrySize), n * entrySize, dst);
+}
+
+bool CPackFolderIO::ReadPackEntry(EntryWindow* window, uint64_t k, unsigned char* entry) {
+    return window->Get(k, entry, [this, window](uint64_t first, uint64_t n, unsigned char* out) {
+        return static_cast<long>(ReadPackEntries(first, n, window->entrySize(), out));
+    });
 }

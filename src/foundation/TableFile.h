@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "foundation/EntryWindow.h"
+
 namespace table {
 
 constexpr uint64_t kHeaderSize = 16;
@@ -47,12 +49,8 @@ public:
     long ReadRange(uint64_t k, uint64_t n, unsigned char* entries) const;
 
 private:
-    static constexpr size_t kWindowBytes = 2048;
-
     int fd_;
     size_t entrySize_;
     uint64_t count_ = 0;
-    mutable uint64_t windowFirst_ = 0;  // entries windowFirst_ .. + windowCount_ - 1 are held
-    mutable uint64_t windowCount_ = 0;
-    mutable unsigned char window_[kWindowBytes];
+    mutable EntryWindow window_{0, 0};
 };

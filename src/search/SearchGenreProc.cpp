@@ -7,6 +7,7 @@
 #include <new>
 
 #include "foundation/Bytes.h"
+#include "foundation/EntryWindow.h"
 #include "foundation/IndexSearch.h"
 #include "foundation/TableFile.h"
 #include "search/GenreFilter.h"
@@ -87,10 +88,9 @@ unsigned long CSearchGenreProc::LoadIndex(unsigned long* runStart, unsigned long
     }
     const unsigned long key[5] = {key1, key2, key3, key4, key5};
     unsigned char entry[kIndexEntry];
+    EntryWindow window(kIndexEntry, n);
     const index_search::Result r = index_search::Find(n, [&](uint64_t i) {
-        if (ReadPackEntries(i, 1, kIndexEntry, entry) != kIndexEntry) {
-            return index_search::Probe::kUnreadable;
-        }
+        if (!ReadPackEntry(&window, i, entry)) return index_search::Probe::kUnreadable;
         return index_search::FromCompare(CompareKey(key, entry));
     });
     unsigned long result = 0;

@@ -10,6 +10,7 @@
 #include "codec/DecodeToBuffer.h"
 #include "foundation/Alloc.h"
 #include "foundation/Bytes.h"
+#include "foundation/EntryWindow.h"
 #include "foundation/IndexSearch.h"
 #include "foundation/TableFile.h"
 #include "search/ArrayRelease.h"
@@ -199,9 +200,10 @@ bool CSearchHomePhoneProc::LoadIndex(CArrayData<CHomePhoneOffsetData>* hits, uns
     const uint32_t wanted = m_dwKey;
     bool wentUp = false;
     unsigned char entry[kIndexEntry];
+    EntryWindow probes(kIndexEntry, n);
     const index_search::Result r = index_search::Find(n, [&](uint64_t i) {
         wentUp = false;
-        if (ReadPackEntries(i, 1, kIndexEntry, entry) != kIndexEntry) {
+        if (!ReadPackEntry(&probes, i, entry)) {
             return index_search::Probe::kUnreadable;  // stops where it is
         }
         wentUp = bytes::ReadU32LE(entry) < wanted;

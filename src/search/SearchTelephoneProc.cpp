@@ -8,6 +8,7 @@
 #include <initializer_list>
 
 #include "foundation/Bytes.h"
+#include "foundation/EntryWindow.h"
 #include "foundation/IndexSearch.h"
 #include "foundation/TableFile.h"
 #include "search/ArrayRelease.h"
@@ -238,10 +239,9 @@ bool CSearchTelephoneProc::SearchAreaProc(unsigned long* count, unsigned char* n
     }
     unsigned char entry[kPointEntry];
     const uint64_t m = table::EntryCount(GetPackFileSize(), kPointEntry);
+    EntryWindow window(kPointEntry, m);
     const index_search::Result r = index_search::Find(m, [&](uint64_t i) {
-        if (ReadPackEntries(i, 1, kPointEntry, entry) != kPointEntry) {
-            return index_search::Probe::kUnreadable;
-        }
+        if (!ReadPackEntry(&window, i, entry)) return index_search::Probe::kUnreadable;
         const uint32_t stored = bytes::ReadU24LE(entry);
         return prefix == stored  ? index_search::Probe::kFound
                : prefix < stored ? index_search::Probe::kKeyLess
