@@ -57,6 +57,13 @@ public:
         return *it->second;
     }
 
+    bool Contains(const unsigned char* block, unsigned long size) {
+        const uint64_t h = Hash(block, size);
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto it = index_.find(h);
+        return it != index_.end() && Same(**it->second, block, size);
+    }
+
     void Store(const unsigned char* block, unsigned long size, const unsigned char* buffer,
                unsigned long bufferSize, unsigned long decoded) {
         const uint64_t h = Hash(block, size);
@@ -138,6 +145,10 @@ void Store(const unsigned char* block, unsigned long size, const unsigned char* 
 
 void SetCapacity(size_t bytes) {
     TheMemo().SetCapacity(bytes);
+}
+
+bool Contains(const unsigned char* block, unsigned long size) {
+    return TheMemo().Contains(block, size);
 }
 
 size_t Capacity() {

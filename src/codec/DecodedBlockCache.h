@@ -21,6 +21,8 @@ constexpr size_t kDefaultCapacity = 4u << 20;
 // *decoded set as stored. Null on a miss (or when the copy cannot be allocated).
 SP_LOCAL unsigned char* Find(const unsigned char* block, unsigned long size,
                              unsigned long* bufferSize, unsigned long* decoded);
+// True when the decode of `block` is held (nothing is copied; not counted as a hit or miss).
+SP_LOCAL bool Contains(const unsigned char* block, unsigned long size);
 // Keeps a copy of `buffer` (bufferSize bytes, `decoded` of them the decoded block) as the decode
 // of `block`, evicting the least recently used entries to stay within the capacity. Entries
 // larger than a quarter of the capacity are not kept.

@@ -227,14 +227,11 @@ void CSearchBaseDataProc::PrefetchContainers(const unsigned long* ids, unsigned 
         std::thread::hardware_concurrency() < 2) {
         return;
     }
-    struct Job {
-        std::unique_ptr<unsigned char[]> block;
-        unsigned long size;
+    struct Container {
+        unsigned long file, rec;
     };
-    std::vector<Job> jobs;
+    std::vector<Container> todo;
     std::vector<uint64_t> seen;
-    // What the page may bring into the memo: half of it, so the page's own blocks stay there.
-    uint64_t budget = capacity / 2;
     for (unsigned long i = 0; i < n; ++i) {
         const unsigned long f = (ids[i] >> 24) & 0xFF;
         const unsigned long r = ids[i] & 0xFFFFFF;
@@ -243,26 +240,35 @@ void CSearchBaseDataProc::PrefetchContainers(const unsigned long* ids, unsigned 
         const uint64_t key = static_cast<uint64_t>(f) << 32 | k;
         if (std::find(seen.begin(), seen.end(), key) != seen.end()) continue;
         seen.push_back(key);
-        unsigned long start = 0, size = 0;
-        if (!LoadContainerOffset(&start, &size, f, r)) continue;
-        std::unique_ptr<unsigned char[]> block = ReadBlock(f, start, size);
-        if (!block) continue;
-        const unsigned long decoded = Decode(nullptr, block.get(), size);
-        if (decoded > kMaxContainer) continue;  // refused by the look-up anyway
-        const uint64_t cost = static_cast<uint64_t>(size) + decoded;
-        if (cost > budget) break;
-        budget -= cost;
-        jobs.push_back(Job{std::move(block), size});
+        todo.push_back(Container{f, r});
     }
-    if (jobs.size() < 2) return;
-    std::atomic<size_t> next{0};
-    auto work = [&jobs, &next] {
+    if (todo.size() < 2) return;
+
+    // Reads container j's block and decodes it into the memo unless it is there; false when
+    // it was there already. Touches no member: both threads run it on this object.
+    std::atomic<uint64_t> budget{capacity / 2};  // the page's blocks must not evict each other
+    auto bring = [this, &todo, &budget](size_t j) {
+        unsigned long start = 0, size = 0;
+        if (!LoadContainerOffset(&start, &size, todo[j].file, todo[j].rec)) return true;
+        const std::unique_ptr<unsigned char[]> block = ReadBlock(todo[j].file, start, size);
+        if (!block || codec::block_cache::Contains(block.get(), size)) return !block;
         CMarlinDataProc decoder;
-        for (size_t j; (j = next.fetch_add(1)) < jobs.size();) {
-            unsigned long len = 0;
-            delete[] codec::DecodeToNewBuffer(&decoder, jobs[j].block.get(), jobs[j].size, &len,
-                                              kMaxContainer);
-        }
+        const unsigned long claimed = decoder.Decode(nullptr, block.get(), size);
+        const uint64_t cost = static_cast<uint64_t>(size) + claimed;
+        if (claimed > kMaxContainer) return true;
+        uint64_t left = budget.load();
+        do {
+            if (left < cost) return true;
+        } while (!budget.compare_exchange_weak(left, left - cost));
+        unsigned long len = 0;
+        delete[] codec::DecodeToNewBuffer(&decoder, block.get(), size, &len, kMaxContainer);
+        return true;
+    };
+    // A page whose first container is decoded already is taken as warm: no helper thread.
+    if (!bring(0)) return;
+    std::atomic<size_t> next{1};
+    auto work = [&bring, &next, &todo] {
+        for (size_t j; (j = next.fetch_add(1)) < todo.size();) bring(j);
     };
     std::thread helper;
     try {

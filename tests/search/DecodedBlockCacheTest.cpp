@@ -153,6 +153,13 @@ TEST_F(DecodedBlockCacheTest, PageContainersDecodedAheadChangeNothing) {
         EXPECT_EQ(kContainers, memo::GetStats().misses) << "all found decoded";
     }
 
+    // A page whose first container is decoded already is taken as warm.
+    memo::SetCapacity(memo::kDefaultCapacity);
+    CLocationData first;
+    ASSERT_TRUE(CSearchBaseDataProc().SearchProc(&first, page[2]));
+    CSearchBaseDataProc().PrefetchContainers(page.data(), page.size());
+    EXPECT_EQ(1u, memo::GetStats().entries);
+
     // Turned off, or a memo with room for about four containers: at most half of it is filled.
     container_prefetch::SetEnabled(false);
     memo::SetCapacity(memo::kDefaultCapacity);
