@@ -35,7 +35,13 @@ int main(int argc, char** argv) {
         {2, mapdb::EncodeBwtMtfLzssBlock},
         {3, mapdb::EncodeBwtMtfRcBlock},
         {4, mapdb::EncodeBwtLzssHufBlock},
-        {5, mapdb::EncodeBwtLzssBlock}};
+        {5, mapdb::EncodeBwtLzssBlock},
+        {6, mapdb::EncodeLzssBlock},
+        {8, mapdb::EncodeHuffmanBlock},
+        {10, mapdb::EncodeMoveToFrontBlock},
+        {11, mapdb::EncodeRangeCoderBlock},
+        {12, mapdb::EncodeBlockSortBlock},
+        {13, [](const mapdb::Bytes& d) { return mapdb::EncodeLzmaBlock(d); }}};
     int written = 0;
     for (size_t f = 0; f < std::size(forms); ++f) {
         for (size_t s = 0; s < samples.size(); ++s) {
