@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The browser test of "navdb serve": installs Chromium and npm when missing (as root), installs
 # the pinned playwright-core into tests/browser, builds the demo database from the committed cut,
-# serves it on a free port, drives the page in headless Chromium and writes docs/serve.png.
-#   bash scripts/browser-test.sh
+# serves it on a free port, drives the page in headless Chromium and writes the screenshot of
+# the README (docs/serve.png, or SCREENSHOT).
+#   [SCREENSHOT=out.png] bash scripts/browser-test.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,7 +16,7 @@ if [ ${#missing[@]} -gt 0 ]; then
     exit 1
   fi
   export DEBIAN_FRONTEND=noninteractive
-  apt-get update
+  apt-get update || echo "apt-get update failed in part; installing from the lists there are" >&2
   apt-get install -y --no-install-recommends "${missing[@]}"
 fi
 [ -f build/CMakeCache.txt ] || bash scripts/build.sh
@@ -40,5 +41,6 @@ for _ in $(seq 100); do
 done
 [ -n "$url" ] || { echo "navdb serve did not start" >&2; exit 1; }
 
-mkdir -p docs
-node tests/browser/serve.test.js "$url" docs/serve.png よこはま
+screenshot=${SCREENSHOT:-docs/serve.png}
+mkdir -p "$(dirname "$screenshot")"
+node tests/browser/serve.test.js "$url" "$screenshot" よこはま

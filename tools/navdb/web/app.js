@@ -51,20 +51,21 @@ function distanceText(m) {
   return m < 1000 ? `${m} m` : `${(m / 1000).toFixed(1)} km`;
 }
 
-// A result table: name, address (the record's further texts), telephone, distance, genre.
+// A result table: name, address (the record's further texts, when any has them), telephone,
+// distance (from the vicinity point unless the search measured it), genre.
 function poiTable(table, pois) {
-  const here = point();
+  const here = point(), texts = pois.some((p) => (p.texts || []).length > 1);
   const rows = pois.map((p) => {
     const d = p.distance !== undefined ? p.distance : p.lat ? metres(here, p) : undefined;
     return el('tr', {},
       el('td', {}, p.name || ''),
-      el('td', {}, (p.texts || []).slice(1).join(' ')),
+      texts ? el('td', {}, (p.texts || []).slice(1).join(' ')) : '',
       el('td', {}, p.tel || ''),
       el('td', {class: 'num'}, d === undefined ? '' : distanceText(d)),
       el('td', {}, (p.genre || []).filter((g) => g !== 255).join('/')));
   });
-  const head = el('tr', {}, ...['name', 'address', 'telephone', 'distance', 'genre'].map((h) => el('th', {}, h)));
-  table.replaceChildren(head, ...rows);
+  const columns = ['name', ...(texts ? ['address'] : []), 'telephone', 'distance', 'genre'];
+  table.replaceChildren(el('tr', {}, ...columns.map((h) => el('th', {}, h))), ...rows);
 }
 
 // ---- reading: the 50-sound keyboard follows the key states of the typed reading ----
