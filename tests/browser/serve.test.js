@@ -50,7 +50,8 @@ async function main() {
       await button.click();
       typed += c;
       const want = await api('kana', {reading: typed, limit: 20});
-      await page.waitForFunction((n) => document.getElementById('kana-count').textContent === `${n} matches`, want.count);
+      await page.waitForFunction((r) => document.getElementById('keyboard').dataset.reading === r, typed);
+      assert.equal(await page.textContent('#kana-count'), `${want.count} matches`);
       const enabled = await page.$$eval('#keyboard [data-key]:not(:disabled)', (bs) => bs.map((b) => b.dataset.key));
       assert.deepEqual(enabled.sort(), [...want.next].sort(), `enabled keys after "${typed}"`);
       const greyed = await page.$$eval('#keyboard [data-key]:disabled', (bs) => bs.length);

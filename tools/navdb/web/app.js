@@ -105,6 +105,7 @@ function setReading(text) {
   run('kana', () => api('kana', {reading, limit: PAGE}), (a) => {
     const next = new Set(a.next);
     for (const b of document.querySelectorAll('#keyboard [data-key]')) b.disabled = !next.has(b.dataset.key);
+    $('keyboard').dataset.reading = a.reading;  // the reading the key states belong to
     $('kana-complete').textContent = a.complete ? 'complete reading' : '';
     $('kana-count').textContent = reading ? `${a.count} matches` : 'type a reading';
     poiTable($('kana-list'), reading ? a.pois : []);
