@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 packages=(build-essential cmake pkg-config liblzma-dev lzma-dev libfreetype-dev fonts-ipaexfont-gothic
           libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libstb-dev
-          libcli11-dev libsqlite3-dev xz-utils)
+          libcli11-dev libsqlite3-dev libcpp-httplib-dev xz-utils)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

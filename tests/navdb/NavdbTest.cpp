@@ -16,6 +16,7 @@
 #define STB_IMAGE_IMPLEMENTATION
 #include <stb_image.h>
 
+#include "JsonSubset.h"
 #include "TempDir.h"
 
 namespace {
@@ -81,24 +82,7 @@ protected:
     static inline std::string db_ = scratch_ / "db";
 };
 
-// Every field of `want` is in `got` with the same value (positions within 1e-5 degrees);
-// arrays must have the same length.
-void ExpectSubset(const json& want, const json& got, const std::string& at = "") {
-    if (want.is_object()) {
-        for (const auto& [k, v] : want.items()) {
-            ASSERT_TRUE(got.contains(k)) << at << "/" << k;
-            ExpectSubset(v, got[k], at + "/" + k);
-        }
-    } else if (want.is_array()) {
-        ASSERT_EQ(want.size(), got.size()) << at << ": " << got;
-        for (size_t i = 0; i < want.size(); ++i)
-            ExpectSubset(want[i], got[i], at + "/" + std::to_string(i));
-    } else if (want.is_number_float()) {
-        EXPECT_NEAR(want.get<double>(), got.get<double>(), 1e-5) << at;
-    } else {
-        EXPECT_EQ(want, got) << at;
-    }
-}
+using navdb_test::ExpectSubset;
 
 TEST_F(NavdbTool, EverySearchAnswersFromTheBuiltDatabase) {
     const json station = Query("kana とうきょうえき");

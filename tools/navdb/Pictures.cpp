@@ -1,6 +1,7 @@
 // Versions, strings and pictures of a database through the library's own entry points.
 #include "Pictures.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cstring>
@@ -15,6 +16,7 @@
 #include "SearchProc.h"
 #include "TextTools.h"
 #include "foundation/Bytes.h"
+#include "foundation/ReadAt.h"
 
 namespace navdb {
 
@@ -59,6 +61,7 @@ const KindInfo kKinds[27] = {
 };
 
 constexpr uint32_t kSignKind = 14;
+constexpr uint32_t kSapaMap = 0xFFFFFFFFu;  // the SA/PA maps: no guidance picture kind
 
 bool Exists(const std::string& path) {
     struct stat st;
@@ -71,8 +74,8 @@ std::string Utf8Of(const unsigned char* sjis, size_t n) {
 }
 
 // A library bitmap (BMP header, RGB565 rows padded to four bytes, top-down when the height is
-// negative) as 8-bit RGB written to `path`. The bitmap spans `size` bytes.
-void WritePng(const unsigned char* bmp, size_t size, const std::string& path) {
+// negative) as the bytes of an 8-bit RGB PNG. The bitmap spans `size` bytes.
+std::string BitmapPng(const unsigned char* bmp, size_t size) {
     if (size < 54) throw std::runtime_error("picture bitmap too short");
     const uint32_t offBits = bytes::ReadU32LE(bmp + 10);
     const int32_t w = static_cast<int32_t>(bytes::ReadU32LE(bmp + 18));
@@ -95,19 +98,97 @@ void WritePng(const unsigned char* bmp, size_t size, const std::string& path) {
             px[2] = static_cast<unsigned char>(b << 3 | b >> 2);
         }
     }
-    if (!WriteRgbPng(path, static_cast<int>(width), static_cast<int>(height), rgb))
-        throw std::runtime_error("cannot write " + path);
+    std::string png;
+    const auto append = [](void* to, void* data, int n) {
+        static_cast<std::string*>(to)->append(static_cast<const char*>(data), n);
+    };
+    if (stbi_write_png_to_func(append, &png, static_cast<int>(width), static_cast<int>(height), 3,
+                               rgb.data(), static_cast<int>(width * 3)) == 0) {
+        throw std::runtime_error("cannot encode the picture as PNG");
+    }
+    return png;
+}
+
+void WriteBytes(const std::string& path, const std::string& bytes) {
+    FILE* f = fopen(path.c_str(), "wb");
+    const bool ok = f != nullptr && fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
+    if ((f != nullptr && fclose(f) != 0) || !ok) throw std::runtime_error("cannot write " + path);
 }
 
 Report PictureReport(const char* what, uint32_t kind, uint32_t number, unsigned short w,
-                     unsigned short h, const std::string& png) {
+                     unsigned short h) {
     Report out;
     out.found = true;
-    out.json = {{"kind", kind}, {"number", number}, {"width", w}, {"height", h}, {"file", png}};
+    out.json = {{"kind", kind}, {"number", number}, {"width", w}, {"height", h}};
     out.fields = {{what, std::to_string(number)},
-                  {"size", std::to_string(w) + " x " + std::to_string(h)},
-                  {"written", png}};
+                  {"size", std::to_string(w) + " x " + std::to_string(h)}};
     if (kind != 0xFFFFFFFFu) out.fields.insert(out.fields.begin(), {"kind", std::to_string(kind)});
+    return out;
+}
+
+// The picture kinds of the guidance folder with their index files, in kind order.
+const struct {
+    uint32_t kind;
+    const char* word;
+} kGuidanceKinds[] = {{0, "INIC"},       {4, "BRANCH"}, {8, "GRADE"},
+                      {9, "ETC"},        {10, "ETC2"},  {11, "REALCROSS"},
+                      {12, "PROPERJCT"}, {13, "EXIT"},  {15, "ENTRANCE"}};
+
+// Up to `max` numbers of a picture index (16-byte header, then 14-byte records whose first six
+// bytes are the number in decimal digits); `more` is set when the index holds further records.
+std::vector<uint32_t> IndexedNumbers(const std::string& path, size_t max, bool* more) {
+    std::vector<uint32_t> numbers;
+    const io::FileCloser fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const int64_t size = fd.fd() < 0 ? -1 : io::FileSize(fd.fd());
+    if (size < 16) return numbers;
+    const uint64_t count = static_cast<uint64_t>(size - 16) / 14;
+    *more = count > max;
+    std::vector<unsigned char> records(std::min<uint64_t>(count, max) * 14);
+    if (records.empty() || !io::ReadExactly(fd.fd(), records.data(), records.size(), 16))
+        return numbers;
+    for (size_t at = 0; at < records.size(); at += 14) {
+        uint32_t n = 0;
+        bool digits = true;
+        for (size_t k = 0; k < 6; ++k) {
+            const unsigned char c = records[at + k];
+            digits = digits && c >= '0' && c <= '9';
+            n = n * 10 + (c - '0');
+        }
+        if (digits) numbers.push_back(n);
+    }
+    return numbers;
+}
+
+// Up to `max` sign numbers that have a record: SIGNDATA.IDX is a 12-byte header and the start
+// offset of each sign number's record in SIGNDATA.DAT; a record runs to the next start, the
+// last one to the end of the file.
+std::vector<uint32_t> SignNumbers(const std::string& root, size_t max, bool* more) {
+    std::vector<uint32_t> numbers;
+    const io::FileCloser idx(open((root + "/SIGNPOST/SIGNDATA.IDX").c_str(), O_RDONLY | O_CLOEXEC));
+    const io::FileCloser dat(open((root + "/SIGNPOST/SIGNDATA.DAT").c_str(), O_RDONLY | O_CLOEXEC));
+    const int64_t size = idx.fd() < 0 ? -1 : io::FileSize(idx.fd());
+    const int64_t datSize = dat.fd() < 0 ? -1 : io::FileSize(dat.fd());
+    if (size < 16 || datSize < 0) return numbers;
+    const uint64_t count = static_cast<uint64_t>(size - 12) / 4;
+    // One start beyond the listed ones gives the end of the last listed record.
+    std::vector<unsigned char> starts(std::min<uint64_t>(count, max + 1) * 4);
+    if (!io::ReadExactly(idx.fd(), starts.data(), starts.size(), 12)) return numbers;
+    const size_t read = starts.size() / 4;
+    for (size_t n = 0; n < read && n < max; ++n) {
+        const uint64_t start = bytes::ReadU32LE(&starts[4 * n]);
+        const uint64_t end =
+            n + 1 < read ? bytes::ReadU32LE(&starts[4 * n + 4]) : static_cast<uint64_t>(datSize);
+        if (start < end && end <= static_cast<uint64_t>(datSize))
+            numbers.push_back(static_cast<uint32_t>(n));
+    }
+    *more = count > max;
+    return numbers;
+}
+
+// Records that the picture went to `path`.
+Report Written(Report out, const std::string& path) {
+    out.json["file"] = path;
+    out.fields.push_back({"written", path});
     return out;
 }
 
@@ -212,8 +293,8 @@ uint32_t ParsePictureKind(const std::string& text) {
     return ParseNumber(text, "picture kind");
 }
 
-Report ImageQuery(uint32_t kind, uint32_t number, const StringId& name1, const StringId& name2,
-                  uint32_t direction, const std::string& png) {
+Report ImagePicture(uint32_t kind, uint32_t number, const StringId& name1, const StringId& name2,
+                    uint32_t direction, std::string* png) {
     if (direction > 255) throw BadInput("--direction is 0-255");
     CImageGuidance guidance;
     unsigned short w = 0, h = 0;
@@ -230,11 +311,11 @@ Report ImageQuery(uint32_t kind, uint32_t number, const StringId& name1, const S
             {"kind", std::to_string(kind)}, {"number", std::to_string(number)}, {"found", "no"}};
         return out;
     }
-    WritePng(bmp.data(), bmp.size(), png);
-    return PictureReport("number", kind, number, w, h, png);
+    *png = BitmapPng(bmp.data(), bmp.size());
+    return PictureReport("number", kind, number, w, h);
 }
 
-Report SapaMapQuery(uint32_t number, const std::string& png) {
+Report SapaMapPicture(uint32_t number, std::string* png) {
     CImageData maps;
     unsigned short w = 0, h = 0;
     std::vector<unsigned char> bmp(maps.GetImageSAPAMap(nullptr, &w, &h, number));
@@ -244,9 +325,60 @@ Report SapaMapQuery(uint32_t number, const std::string& png) {
         out.fields = {{"number", std::to_string(number)}, {"found", "no"}};
         return out;
     }
-    WritePng(bmp.data(), bmp.size(), png);
-    Report out = PictureReport("SA/PA map", 0xFFFFFFFFu, number, w, h, png);
+    *png = BitmapPng(bmp.data(), bmp.size());
+    Report out = PictureReport("SA/PA map", 0xFFFFFFFFu, number, w, h);
     out.json.erase("kind");
+    return out;
+}
+
+Report ImageQuery(uint32_t kind, uint32_t number, const StringId& name1, const StringId& name2,
+                  uint32_t direction, const std::string& path) {
+    std::string png;
+    Report out = ImagePicture(kind, number, name1, name2, direction, &png);
+    if (!out.found) return out;
+    WriteBytes(path, png);
+    return Written(std::move(out), path);
+}
+
+Report SapaMapQuery(uint32_t number, const std::string& path) {
+    std::string png;
+    Report out = SapaMapPicture(number, &png);
+    if (!out.found) return out;
+    WriteBytes(path, png);
+    return Written(std::move(out), path);
+}
+
+Report PictureListQuery(size_t max) {
+    const std::string root = g_tcharPath;
+    json kinds = json::array();
+    Table t{"", {"kind", "word", "numbers"}, {}};
+    size_t total = 0;
+    auto add = [&](uint32_t kind, const char* word, const std::vector<uint32_t>& numbers,
+                   bool more) {
+        kinds.push_back({{"kind", kind}, {"word", word}, {"numbers", numbers}, {"more", more}});
+        std::string list;
+        for (uint32_t n : numbers) list += (list.empty() ? "" : ",") + std::to_string(n);
+        t.rows.push_back(
+            {kind == kSapaMap ? "-" : std::to_string(kind), word, list + (more ? ",..." : "")});
+        total += numbers.size();
+    };
+    for (const auto& k : kGuidanceKinds) {
+        bool more = false;
+        const std::vector<uint32_t> numbers =
+            IndexedNumbers(root + "/GUIDANCE/" + k.word + ".IDX", max, &more);
+        if (!numbers.empty()) add(k.kind, k.word, numbers, more);
+    }
+    bool more = false;
+    std::vector<uint32_t> numbers = SignNumbers(root, max, &more);
+    if (!numbers.empty()) add(kSignKind, "SIGN", numbers, more);
+    more = false;
+    numbers = IndexedNumbers(root + "/SAPAINFO/SAPA.IDX", max, &more);
+    if (!numbers.empty()) add(kSapaMap, "SAPA", numbers, more);
+    Report out;
+    out.found = total > 0;
+    out.json = {{"kinds", kinds}};
+    out.fields = {{"pictures", std::to_string(total) + " listed"}};
+    out.tables.push_back(t);
     return out;
 }
 

@@ -1,5 +1,6 @@
 // The data-set checks and pictures of navdb: "version", "string", "image" and "sapamap", each
-// returning a Report like the searches; pictures are written as PNG files.
+// returning a Report like the searches; pictures are written as PNG files or handed out as PNG
+// bytes.
 #pragma once
 
 #include <cstdint>
@@ -32,6 +33,15 @@ Report ImageQuery(uint32_t kind, uint32_t number, const StringId& name1, const S
                   uint32_t direction, const std::string& png);
 // The SA/PA map picture `number`, written as PNG.
 Report SapaMapQuery(uint32_t number, const std::string& png);
+
+// The same pictures as PNG bytes in `png` (left alone when the database has no such picture).
+Report ImagePicture(uint32_t kind, uint32_t number, const StringId& name1, const StringId& name2,
+                    uint32_t direction, std::string* png);
+Report SapaMapPicture(uint32_t number, std::string* png);
+
+// The numbers of the guidance pictures, sign posts and SA/PA maps of the database, at most
+// `max` of each kind ("more" tells when there are others).
+Report PictureListQuery(size_t max);
 
 // Writes `rgb` (8-bit red, green, blue per pixel, rows top first) as a PNG file; false on failure.
 bool WriteRgbPng(const std::string& path, int width, int height,

