@@ -17,7 +17,8 @@ if [ ${#missing[@]} -gt 0 ]; then
     exit 1
   fi
   export DEBIAN_FRONTEND=noninteractive
-  apt-get update
+  # A mirror whose foreign-architecture lists lag fails the update; the lists it has still serve.
+  apt-get update || echo "apt-get update reported errors; going on with the lists it has" >&2
   apt-get install -y "${missing[@]}"
 fi
 
