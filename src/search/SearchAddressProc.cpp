@@ -81,8 +81,11 @@ unsigned long CAddressData::SetDataWithin(unsigned char* data, unsigned long lev
     const unsigned long head = level <= 2 ? 9 : 8;
     if (data == nullptr || size < head + 1 + 6) return 0;
     const unsigned char* name = data + head;
-    const unsigned char* lf = static_cast<const unsigned char*>(memchr(name, 0x0A, size - head));
-    if (lf == nullptr) return 0;
+    // A plain scan: the unbounded form passes no real size, which memchr must not be given.
+    unsigned long at = 0;
+    while (at < size - head && name[at] != 0x0A) ++at;
+    if (at == size - head) return 0;
+    const unsigned char* lf = name + at;
     const unsigned long length = static_cast<unsigned long>(lf + 1 - data) + 6;
     if (length > size) return 0;
 
