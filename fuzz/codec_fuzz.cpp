@@ -17,14 +17,34 @@ constexpr size_t kPadded = size_t{1} << 20;  // sizeless forms read a block foll
 
 // The two-call protocol on decoder object D: size query, then the decode into n + 1 bytes.
 template <typename D, typename Decode>
-void Run(const std::vector<uint8_t>& src, Decode decode) {
+void Run(uint8_t* src, size_t size, Decode decode) {
     D codec;
-    std::vector<uint8_t> copy(src);
-    const unsigned long n = decode(codec, nullptr, copy.data(), copy.size());
+    const unsigned long n = decode(codec, nullptr, src, size);
     if (n == 0 || n > kMaxN) return;
     std::vector<uint8_t> dst(n + 1);
-    decode(codec, dst.data(), copy.data(), copy.size());
+    decode(codec, dst.data(), src, size);
 }
+
+// The source of a sizeless form: the block followed by zeros up to kPadded bytes. One heap
+// buffer serves every run (a fresh megabyte per run would cost more than most decodes); it is
+// cleared whole after use, whatever a decoder left in it.
+class Padded {
+public:
+    explicit Padded(const std::vector<uint8_t>& block) : buffer_(Buffer()) {
+        if (!block.empty()) memcpy(buffer_, block.data(), block.size());
+    }
+    ~Padded() { memset(buffer_, 0, kPadded); }
+    Padded(const Padded&) = delete;
+    Padded& operator=(const Padded&) = delete;
+    uint8_t* data() { return buffer_; }
+
+private:
+    static uint8_t* Buffer() {
+        static uint8_t* buffer = new uint8_t[kPadded]();
+        return buffer;
+    }
+    uint8_t* buffer_;
+};
 
 uint32_t Take32(std::vector<uint8_t>* block) {
     uint32_t v = 0;
@@ -44,15 +64,15 @@ void Cores(std::vector<uint8_t> block) {
     std::vector<uint8_t> dst(n + 1);
     switch (pick % 7) {
         case 0: {
-            block.resize(kPadded, 0);
-            CLzssProc().DecodeCore(dst.data(), block.data(), n, arg & 0xFF);
+            Padded src(block);
+            CLzssProc().DecodeCore(dst.data(), src.data(), n, arg & 0xFF);
             break;
         }
         case 1: {
             unsigned long freq[256];
             for (unsigned long& f : freq) f = Take32(&block) & 0xFFFF;
-            block.resize(kPadded, 0);
-            CHuffmanProc().DecodeCore(dst.data(), block.data(), n, freq);
+            Padded src(block);
+            CHuffmanProc().DecodeCore(dst.data(), src.data(), n, freq);
             break;
         }
         case 2:
@@ -99,15 +119,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const uint8_t form = data[0] % 16;
     std::vector<uint8_t> block(data + 1, data + size);
     if (form == 0) {
-        Run<CMarlinDataProc>(block, [](CMarlinDataProc& c, void* d, void* s, unsigned long n) {
-            return c.Decode(d, s, n);
-        });
+        Run<CMarlinDataProc>(block.data(), block.size(),
+                             [](CMarlinDataProc& c, void* d, void* s, unsigned long n) {
+                                 return c.Decode(d, s, n);
+                             });
         return 0;
     }
     if (form == 13) {
-        Run<CLzmaProc>(block, [](CLzmaProc& c, void* d, void* s, unsigned long n) {
-            return c.Decode(d, s, n);
-        });
+        Run<CLzmaProc>(
+            block.data(), block.size(),
+            [](CLzmaProc& c, void* d, void* s, unsigned long n) { return c.Decode(d, s, n); });
         return 0;
     }
     if (form >= 14) {
@@ -115,67 +136,76 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     if (block.size() > kPadded) return 0;
-    block.resize(kPadded, 0);
+    Padded src(block);
+    uint8_t* const padded = src.data();
     switch (form) {
         case 1:
-            Run<CMarlinDataProc>(block, [](CMarlinDataProc& c, void* d, void* s, unsigned long) {
-                return c.Decode(d, s);
-            });
+            Run<CMarlinDataProc>(
+                padded, kPadded,
+                [](CMarlinDataProc& c, void* d, void* s, unsigned long) { return c.Decode(d, s); });
             break;
         case 2:
-            Run<CMarlinDataProc>(block, [](CMarlinDataProc& c, void* d, void* s, unsigned long) {
-                return c.DecodeBwtMtfLzss(d, s);
-            });
+            Run<CMarlinDataProc>(padded, kPadded,
+                                 [](CMarlinDataProc& c, void* d, void* s, unsigned long) {
+                                     return c.DecodeBwtMtfLzss(d, s);
+                                 });
             break;
         case 3:
-            Run<CMarlinDataProc>(block, [](CMarlinDataProc& c, void* d, void* s, unsigned long) {
-                return c.DecodeBwtMtfRc(d, s);
-            });
+            Run<CMarlinDataProc>(padded, kPadded,
+                                 [](CMarlinDataProc& c, void* d, void* s, unsigned long) {
+                                     return c.DecodeBwtMtfRc(d, s);
+                                 });
             break;
         case 4:
-            Run<CMarlinDataProc>(block, [](CMarlinDataProc& c, void* d, void* s, unsigned long) {
-                return c.DecodeBwtLzssHuf(d, s);
-            });
+            Run<CMarlinDataProc>(padded, kPadded,
+                                 [](CMarlinDataProc& c, void* d, void* s, unsigned long) {
+                                     return c.DecodeBwtLzssHuf(d, s);
+                                 });
             break;
         case 5:
-            Run<CMarlinDataProc>(block, [](CMarlinDataProc& c, void* d, void* s, unsigned long) {
-                return c.DecodeBwtLzss(d, s);
-            });
+            Run<CMarlinDataProc>(padded, kPadded,
+                                 [](CMarlinDataProc& c, void* d, void* s, unsigned long) {
+                                     return c.DecodeBwtLzss(d, s);
+                                 });
             break;
         // Each stage class's own block entry points.
         case 6:
-            Run<CLzssProc>(block, [](CLzssProc& c, void* d, void* s, unsigned long) {
+            Run<CLzssProc>(padded, kPadded, [](CLzssProc& c, void* d, void* s, unsigned long) {
                 return c.Decode(d, s);
             });
             break;
         case 7:
-            Run<CLzssProc>(block, [](CLzssProc& c, void* d, void* s, unsigned long) {
+            Run<CLzssProc>(padded, kPadded, [](CLzssProc& c, void* d, void* s, unsigned long) {
                 return c.LZSS_Decode(s, d);
             });
             break;
         case 8:
-            Run<CHuffmanProc>(block, [](CHuffmanProc& c, void* d, void* s, unsigned long) {
-                return c.Decode(d, s);
-            });
+            Run<CHuffmanProc>(
+                padded, kPadded,
+                [](CHuffmanProc& c, void* d, void* s, unsigned long) { return c.Decode(d, s); });
             break;
         case 9:
-            Run<CHuffmanProc>(block, [](CHuffmanProc& c, void* d, void* s, unsigned long) {
-                return c.Huffman_Decode(s, d);
-            });
+            Run<CHuffmanProc>(padded, kPadded,
+                              [](CHuffmanProc& c, void* d, void* s, unsigned long) {
+                                  return c.Huffman_Decode(s, d);
+                              });
             break;
         case 10:
-            Run<CMoveToFrontProc>(block, [](CMoveToFrontProc& c, void* d, void* s, unsigned long) {
-                return c.Decode(d, s);
-            });
+            Run<CMoveToFrontProc>(padded, kPadded,
+                                  [](CMoveToFrontProc& c, void* d, void* s, unsigned long) {
+                                      return c.Decode(d, s);
+                                  });
             break;
         case 11:
-            Run<CRangeCoderProc>(block, [](CRangeCoderProc& c, void* d, void* s, unsigned long) {
-                return c.Decode(d, s);
-            });
+            Run<CRangeCoderProc>(
+                padded, kPadded,
+                [](CRangeCoderProc& c, void* d, void* s, unsigned long) { return c.Decode(d, s); });
             break;
         default:
-            Run<CBlockSortingLSProc>(block, [](CBlockSortingLSProc& c, void* d, void* s,
-                                               unsigned long) { return c.Decode(d, s); });
+            Run<CBlockSortingLSProc>(padded, kPadded,
+                                     [](CBlockSortingLSProc& c, void* d, void* s, unsigned long) {
+                                         return c.Decode(d, s);
+                                     });
             break;
     }
     return 0;
