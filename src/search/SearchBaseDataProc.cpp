@@ -229,6 +229,7 @@ void CSearchBaseDataProc::PrefetchContainers(const unsigned long* ids, unsigned 
     }
     struct Container {
         unsigned long file, rec;
+        unsigned long size;  // of its block, once read
     };
     std::vector<Container> todo;
     std::vector<uint64_t> seen;
@@ -240,35 +241,43 @@ void CSearchBaseDataProc::PrefetchContainers(const unsigned long* ids, unsigned 
         const uint64_t key = static_cast<uint64_t>(f) << 32 | k;
         if (std::find(seen.begin(), seen.end(), key) != seen.end()) continue;
         seen.push_back(key);
-        todo.push_back(Container{f, r});
+        todo.push_back(Container{f, r, 0});
     }
     if (todo.size() < 2) return;
 
-    // Reads container j's block and decodes it into the memo unless it is there; false when
-    // it was there already. Touches no member: both threads run it on this object.
-    std::atomic<uint64_t> budget{capacity / 2};  // the page's blocks must not evict each other
-    auto bring = [this, &todo, &budget](size_t j) {
+    // Container j's compressed block; null when it cannot be had. Touches no member: both
+    // threads run it on this object.
+    auto read = [this, &todo](size_t j) -> std::unique_ptr<unsigned char[]> {
         unsigned long start = 0, size = 0;
-        if (!LoadContainerOffset(&start, &size, todo[j].file, todo[j].rec)) return true;
-        const std::unique_ptr<unsigned char[]> block = ReadBlock(todo[j].file, start, size);
-        if (!block || codec::block_cache::Contains(block.get(), size)) return !block;
+        if (!LoadContainerOffset(&start, &size, todo[j].file, todo[j].rec)) return nullptr;
+        std::unique_ptr<unsigned char[]> block = ReadBlock(todo[j].file, start, size);
+        todo[j].size = block ? size : 0;
+        return block;
+    };
+    // Decodes a block into the memo unless it is there, within the page's budget.
+    std::atomic<uint64_t> budget{capacity / 2};  // the page's blocks must not evict each other
+    auto decode = [&budget](unsigned char* block, unsigned long size) {
+        if (block == nullptr || codec::block_cache::Contains(block, size)) return;
         CMarlinDataProc decoder;
-        const unsigned long claimed = decoder.Decode(nullptr, block.get(), size);
+        const unsigned long claimed = decoder.Decode(nullptr, block, size);
+        if (claimed > kMaxContainer) return;
         const uint64_t cost = static_cast<uint64_t>(size) + claimed;
-        if (claimed > kMaxContainer) return true;
         uint64_t left = budget.load();
         do {
-            if (left < cost) return true;
+            if (left < cost) return;
         } while (!budget.compare_exchange_weak(left, left - cost));
         unsigned long len = 0;
-        delete[] codec::DecodeToNewBuffer(&decoder, block.get(), size, &len, kMaxContainer);
-        return true;
+        delete[] codec::DecodeToNewBuffer(&decoder, block, size, &len, kMaxContainer);
     };
     // A page whose first container is decoded already is taken as warm: no helper thread.
-    if (!bring(0)) return;
+    const std::unique_ptr<unsigned char[]> first = read(0);
+    if (first && codec::block_cache::Contains(first.get(), todo[0].size)) return;
     std::atomic<size_t> next{1};
-    auto work = [&bring, &next, &todo] {
-        for (size_t j; (j = next.fetch_add(1)) < todo.size();) bring(j);
+    auto work = [&read, &decode, &next, &todo] {
+        for (size_t j; (j = next.fetch_add(1)) < todo.size();) {
+            const std::unique_ptr<unsigned char[]> block = read(j);
+            decode(block.get(), todo[j].size);
+        }
     };
     std::thread helper;
     try {
@@ -276,6 +285,7 @@ void CSearchBaseDataProc::PrefetchContainers(const unsigned long* ids, unsigned 
     } catch (const std::system_error&) {
         return;  // no thread to be had: the look-ups decode as usual
     }
+    decode(first.get(), todo[0].size);
     work();
     helper.join();
 }
