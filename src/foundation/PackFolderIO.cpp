@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "foundation/Bytes.h"
+#include "foundation/EntryWindow.h"
 #include "foundation/IndexSearch.h"
 #include "foundation/ReadAt.h"
 #include "foundation/TableFile.h"
@@ -19,13 +20,6 @@ constexpr unsigned long kEntrySize = 20;
 constexpr uint64_t kIndexHeader = 0;  // the index is a bare array of entries
 constexpr size_t kNameSize = 12;
 constexpr size_t kPathSize = 256;
-constexpr unsigned long kWholeIndexBytes = 4096;
-
-// Reads index entry `index` into `entry`; false when the 20 bytes cannot all be read.
-bool ReadIndexEntry(int fd, uint64_t index, unsigned char* entry) {
-    return io::ReadExactly(fd, entry, kEntrySize,
-                           table::EntryOffset(index, kEntrySize, kIndexHeader));
-}
 
 // Builds root/folder/name.ext; false when it does not fit, so that a cut name is never opened.
 bool PackPath(char (&path)[kPathSize], const char* root, const char* folder, const char* name,
@@ -88,24 +82,17 @@ unsigned long CPackFolderIO::OpenPackFile(char* name) {
     if (m_iDatFile == 0 || m_iIdxFile == 0 || name == nullptr) return 0;
     if (strcmp(name, m_szPackName) == 0 && m_lPackOffset >= 0 && m_lPackSize >= 0) return 1;
 
-    // A small index is read in one call and searched in memory (a probe reads what the file
-    // holds either way); a larger one is probed entry by entry.
-    unsigned char whole[kWholeIndexBytes];
-    long held = -1;  // bytes of the index in `whole`; -1: probe the file
-    if (m_dwEntryCount <= kWholeIndexBytes / kEntrySize) {
-        held = io::ReadAt(m_iIdxFile, whole, m_dwEntryCount * kEntrySize, kIndexHeader);
-        if (held < 0) held = 0;
-    }
+    // Probes read through a window of entries: a small index comes in one read.
+    EntryWindow window(kEntrySize, m_dwEntryCount);
+    const int fd = m_iIdxFile;
     unsigned char entry[kEntrySize];
     const index_search::Result r = index_search::Find(m_dwEntryCount, [&](uint64_t i) {
-        if (held >= 0) {
-            if ((i + 1) * kEntrySize > static_cast<uint64_t>(held)) {
-                return index_search::Probe::kUnreadable;
-            }
-            memcpy(entry, whole + i * kEntrySize, kEntrySize);
-        } else if (!ReadIndexEntry(m_iIdxFile, i, entry)) {
-            return index_search::Probe::kUnreadable;
-        }
+        const bool read =
+            window.Get(i, entry, [fd](uint64_t first, uint64_t n, unsigned char* out) {
+                return io::ReadAt(fd, out, static_cast<size_t>(n * kEntrySize),
+                                  table::EntryOffset(first, kEntrySize, kIndexHeader));
+            });
+        if (!read) return index_search::Probe::kUnreadable;
         memset(m_szPackName, 0, sizeof(m_szPackName));
         memcpy(m_szPackName, entry, kNameSize);
         const int cmp = strcmp(m_szPackName, name);  // entry minus key

@@ -3,7 +3,6 @@
 
 #include <unistd.h>
 
-
 #include "foundation/CommonProc.h"
 #include "foundation/ReadAt.h"
 
