@@ -8,13 +8,12 @@
 #include <cstdint>
 #include <cstring>
 
-class EntryWindow {
+template <size_t kBytes>
+class BasicEntryWindow {
 public:
-    static constexpr size_t kBytes = 2048;
-
     // `count` entries of `entrySize` bytes; entries larger than a quarter of the window are
     // read one at a time.
-    EntryWindow(uint64_t entrySize, uint64_t count)
+    BasicEntryWindow(uint64_t entrySize, uint64_t count)
         : entrySize_(entrySize), count_(count), span_(entrySize == 0 ? 0 : kBytes / entrySize) {}
 
     uint64_t entrySize() const { return entrySize_; }
@@ -45,4 +44,10 @@ private:
     uint64_t first_ = 0;  // entries first_ .. first_ + held_ - 1 are in bytes_
     uint64_t held_ = 0;
     unsigned char bytes_[kBytes];
+};
+
+// The window of table files and packed tables.
+class EntryWindow : public BasicEntryWindow<2048> {
+public:
+    using BasicEntryWindow<2048>::BasicEntryWindow;
 };

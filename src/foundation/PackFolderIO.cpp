@@ -82,8 +82,8 @@ unsigned long CPackFolderIO::OpenPackFile(char* name) {
     if (m_iDatFile == 0 || m_iIdxFile == 0 || name == nullptr) return 0;
     if (strcmp(name, m_szPackName) == 0 && m_lPackOffset >= 0 && m_lPackSize >= 0) return 1;
 
-    // Probes read through a window of entries: a small index comes in one read.
-    EntryWindow window(kEntrySize, m_dwEntryCount);
+    // Probes read through a window of entries: an index of up to 204 entries comes in one read.
+    BasicEntryWindow<4096> window(kEntrySize, m_dwEntryCount);
     const int fd = m_iIdxFile;
     unsigned char entry[kEntrySize];
     const index_search::Result r = index_search::Find(m_dwEntryCount, [&](uint64_t i) {
