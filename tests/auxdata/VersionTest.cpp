@@ -158,6 +158,15 @@ TEST_F(Versions, CheckVersionAndEngineTexts) {
     EXPECT_EQ(0u, proc.CheckVersion(out, nullptr, missing));
     EXPECT_EQ(0u, proc.CheckVersion(out, ref, kana));
     EXPECT_EQ(1u, proc.CheckVersion(out, nullptr, kana));
+    // The root-and-path form joins them with '/'; either one missing is a failure.
+    std::string root = db_.path();
+    memset(out, 0xEE, sizeof(out));
+    EXPECT_EQ(1u, proc.GetVersion(out, root.data(), kana));
+    EXPECT_EQ(kRelease, std::string(reinterpret_cast<char*>(out)));
+    memset(out, 0xEE, sizeof(out));
+    EXPECT_EQ(0u, proc.GetVersion(out, nullptr, kana));
+    EXPECT_EQ(0u, proc.GetVersion(out, root.data(), nullptr));
+    EXPECT_EQ(0xEE, out[0]);
 
     memset(out, 0xEE, sizeof(out));
     EXPECT_EQ(1u, proc.GetEngineVersion(out));

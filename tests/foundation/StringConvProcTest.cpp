@@ -144,6 +144,22 @@ TEST(StringConv, StringFormsKeepCapacityTerminatorAndQuirks) {
                  [](auto d, auto s, unsigned long) { return conv.HiraToKata(d, s); });
 }
 
+// Every high byte before '@': a lead byte (81-9F, E0-EF, FA-FC) takes the '@' as its trail,
+// any other byte leaves it to be written as itself.
+TEST(StringConv, LeadBytesTakeTheNextByte) {
+    for (unsigned b = 0x80; b < 0x100; ++b) {
+        const bool lead = (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xEF) ||
+                          (b >= 0xFA && b <= 0xFC);
+        unsigned char src[] = {static_cast<unsigned char>(b), '@', 0}, dst[16] = {};
+        const unsigned long n8 = conv.SjisToUtf8(dst, src, sizeof(dst));
+        ASSERT_GE(n8, 2u);
+        EXPECT_EQ(dst[n8 - 2] == '@', !lead) << std::hex << b;
+        const unsigned long n16 = conv.SjisToUtf16(dst, src, sizeof(dst));
+        ASSERT_GE(n16, 4u);
+        EXPECT_EQ(dst[n16 - 4] == '@' && dst[n16 - 3] == 0, !lead) << std::hex << b;
+    }
+}
+
 TEST(StringConv, Utf8AndUtf16SubFormsWithoutValidation) {
     // Bytes (some past len), len, units: a sequence that starts before len is read whole.
     const std::tuple<Bytes, unsigned long, Units> cases[] = {

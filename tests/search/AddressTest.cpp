@@ -5,6 +5,7 @@
 
 #include "AddressWriter.h"
 #include "BlockEncoders.h"
+#include "foundation/Bytes.h"
 #include "support/Poi.h"
 
 namespace {
@@ -241,6 +242,45 @@ mapdb::Bytes File(std::initializer_list<uint32_t> offsets, const mapdb::Bytes& r
     for (uint32_t o : offsets) w.U24(o);
     w.Raw(raw.empty() ? raw : mapdb::EncodeLzmaBlock(raw));
     return w.Take();
+}
+
+// One record read within a size: the shortest record (empty name) fits exactly, a byte less or
+// a name whose line feed or position lies past the size fails; a long name is cut to the text
+// area; only a childless level-1 city gets the representative-point suffix.
+TEST(AddressRecord, ReadWithinItsSize) {
+    for (const unsigned level : {1u, 3u}) {
+        SCOPED_TRACE(level);
+        const unsigned long head = level <= 2 ? 9 : 8;
+        CAddressData d;
+        mapdb::Bytes r = Rec(kLeaf, 0, level, "");
+        ASSERT_EQ(r.size(), head + 7);
+        EXPECT_EQ(d.SetDataWithin(r.data(), level, r.size()), r.size());
+        EXPECT_EQ(d.SetDataWithin(r.data(), level, r.size() - 1), 0u);
+        EXPECT_EQ(d.SetDataWithin(nullptr, level, r.size()), 0u);
+        EXPECT_EQ(d.SetData(nullptr, level), 0u);
+
+        r = Rec(7, 3, level, "千代田区");  // 8 name bytes
+        EXPECT_EQ(d.SetDataWithin(r.data(), level, head + 8), 0u);      // no line feed
+        EXPECT_EQ(d.SetDataWithin(r.data(), level, r.size() - 1), 0u);  // position cut
+        ASSERT_EQ(d.SetData(r.data(), level), r.size());
+        EXPECT_EQ(std::make_tuple(std::string(d.szName), d.dwChildStart, d.dwChildCount,
+                                  d.dwWork, d.lLon, d.lLat),
+                  std::make_tuple(Sjis("千代田区"), 7u, 3u, level <= 2 ? 0xB1u : 0u,
+                                  bytes::WidenLongitude(100), bytes::WidenLatitude(200)));
+
+        r = Rec(kLeaf, 0, level, "八王子市");
+        ASSERT_EQ(d.SetData(r.data(), level), r.size());
+        EXPECT_EQ(std::string(d.szName), Sjis(level == 1 ? "八王子市代表地点" : "八王子市"));
+        r = Rec(4, 1, level, "八王子市");
+        ASSERT_EQ(d.SetData(r.data(), level), r.size());
+        EXPECT_EQ(std::string(d.szName), Sjis("八王子市"));
+
+        const std::string longName(500, 'a');
+        r = Rec(kLeaf, 0, level, longName);
+        ASSERT_EQ(d.SetData(r.data(), level), r.size());
+        EXPECT_EQ(std::string(d.szName), longName.substr(0, sizeof(d.szName) - 2));
+        EXPECT_EQ(d.szName[sizeof(d.szName) - 1], 0);
+    }
 }
 
 // One prefecture (code 5) over hand-made level files of one item each; level 1 damaged or not.
