@@ -148,8 +148,7 @@ TEST(StringConv, StringFormsKeepCapacityTerminatorAndQuirks) {
 // any other byte leaves it to be written as itself.
 TEST(StringConv, LeadBytesTakeTheNextByte) {
     for (unsigned b = 0x80; b < 0x100; ++b) {
-        const bool lead = (b >= 0x81 && b <= 0x9F) || (b >= 0xE0 && b <= 0xEF) ||
-                          (b >= 0xFA && b <= 0xFC);
+        const bool lead = InTable(b << 8);
         unsigned char src[] = {static_cast<unsigned char>(b), '@', 0}, dst[16] = {};
         const unsigned long n8 = conv.SjisToUtf8(dst, src, sizeof(dst));
         ASSERT_GE(n8, 2u);

@@ -113,26 +113,31 @@ TEST_F(ImageGuidance, SizesAndEveryServedKindByItsKey) {
     }
 }
 
-TEST_F(ImageGuidance, ExitNamesFoundMissingOrNotDrawable) {
-    const Picture bare = Get(13, 42, 98, 99);  // neither name exists: the bare picture
-    EXPECT_EQ(1u, bare.result);
-    EXPECT_EQ(Gradient(480, 240, 13).pixels, bare.px);
-    EXPECT_TRUE(g_lines.empty());
-    const Picture named = Get(13, 42, 1, 2);
-    EXPECT_EQ(1u, named.result);
-    EXPECT_NE(bare.px, named.px);
+TEST_F(ImageGuidance, ExitAndEntranceNamesFoundMissingOrNotDrawable) {
+    for (const auto& [kind, merge] : {std::pair<unsigned long, std::string>{13, "MergeExitImage"},
+                                      {15, "MergeEntranceImage"}}) {
+        SCOPED_TRACE(kind);
+        const std::string error =
+            "DatabaseEngine <LS>IMAGE    ERR: CImageGuidance::GetImage: " + merge + " - FALSE";
+        g_lines.clear();
+        const Picture bare = Get(kind, 42, 98, 99);  // neither name exists: the bare picture
+        EXPECT_EQ(1u, bare.result);
+        EXPECT_EQ(Gradient(480, 240, kind).pixels, bare.px);
+        const Picture named = Get(kind, 42, 1, 2);
+        EXPECT_EQ(1u, named.result);
+        EXPECT_NE(bare.px, named.px);
+        EXPECT_EQ(0, std::count(g_lines.begin(), g_lines.end(), error));
 
-    const std::string font = db_ / font_file::kRelativePath;
-    std::remove(font.c_str());
-    delete[] gpNDBFontData;  // as if no renderer had run yet
-    gpNDBFontData = nullptr;
-    const Picture failed = Get(13, 42, 1, 2);
-    mapdb::WriteFont(db_.path(), kFont);
-    EXPECT_EQ(1u, failed.result);
-    EXPECT_EQ(bare.px, failed.px);
-    EXPECT_EQ(1, std::count(g_lines.begin(), g_lines.end(),
-                            "DatabaseEngine <LS>IMAGE    ERR: CImageGuidance::GetImage: "
-                            "MergeExitImage - FALSE"));
+        const std::string font = db_ / font_file::kRelativePath;
+        std::remove(font.c_str());
+        delete[] gpNDBFontData;  // as if no renderer had run yet
+        gpNDBFontData = nullptr;
+        const Picture failed = Get(kind, 42, 1, 2);
+        mapdb::WriteFont(db_.path(), kFont);
+        EXPECT_EQ(1u, failed.result);
+        EXPECT_EQ(bare.px, failed.px);
+        EXPECT_EQ(1, std::count(g_lines.begin(), g_lines.end(), error));
+    }
 }
 
 TEST_F(ImageGuidance, CompletePicturesMatchTheirGoldenFiles) {

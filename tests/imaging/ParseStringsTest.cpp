@@ -46,6 +46,7 @@ TEST(SplitText, EachRuleOnRealNames) {
         {"東京 駅", 0, {"東京 駅"}},                      // but not when the name fits
         {"横浜・町田インター", 0, {"横浜", "町田インター"}},
         {"R16 Bypass Road", 0, {"R16 Bypass", "Road"}},         // the most even separator
+        {"AAAAA BB CCCCC", 0, {"AAAAA", "BB CCCCC"}},           // of two as even, the first
         {"スーパーマーケット", 0, {"スーパー", "マーケット"}},  // no line starts with "ー"
         {"ジャンクション", 0, {"ジャン", "クション"}},
         {"東京湾横断道路連絡道路出口", 0, {"東京湾横断道", "路連絡道路出"}},  // too long: cut

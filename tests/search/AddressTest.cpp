@@ -259,12 +259,12 @@ TEST(AddressRecord, ReadWithinItsSize) {
         EXPECT_EQ(d.SetDataWithin(nullptr, level, r.size()), 0u);
         EXPECT_EQ(d.SetData(nullptr, level), 0u);
 
-        r = Rec(7, 3, level, "千代田区");  // 8 name bytes
-        EXPECT_EQ(d.SetDataWithin(r.data(), level, head + 8), 0u);      // no line feed
+        r = Rec(7, 3, level, "千代田区");
+        EXPECT_EQ(d.SetDataWithin(r.data(), level, head + 8), 0u);  // 8 name bytes, no line feed
         EXPECT_EQ(d.SetDataWithin(r.data(), level, r.size() - 1), 0u);  // position cut
         ASSERT_EQ(d.SetData(r.data(), level), r.size());
-        EXPECT_EQ(std::make_tuple(std::string(d.szName), d.dwChildStart, d.dwChildCount,
-                                  d.dwWork, d.lLon, d.lLat),
+        EXPECT_EQ(std::make_tuple(std::string(d.szName), d.dwChildStart, d.dwChildCount, d.dwWork,
+                                  d.lLon, d.lLat),
                   std::make_tuple(Sjis("千代田区"), 7u, 3u, level <= 2 ? 0xB1u : 0u,
                                   bytes::WidenLongitude(100), bytes::WidenLatitude(200)));
 

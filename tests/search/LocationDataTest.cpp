@@ -35,6 +35,16 @@ TEST(LocationData, CopyDataHandsOutTheTextOnlyForAnEnabledPositionedRecord) {
                                          d.dwDistance, d.dwArrAttr}))
             << "left as it was";
     }
+    // A text area that no empty string ends goes whole, and nothing after it.
+    CPoiData poi;
+    poi.lLon = 1, poi.lLat = 1;
+    memset(poi.szName, 'A', sizeof(poi.szName) - 1);
+    poi.szName[sizeof(poi.szName) - 1] = 0;
+    CLocationData d;
+    memset(static_cast<void*>(&d), 'x', sizeof(d));
+    ASSERT_TRUE(poi.CopyData(&d));
+    EXPECT_EQ(std::string(poi.szName, sizeof(poi.szName)), std::string(d.szName, sizeof(d.szName)));
+    EXPECT_EQ(0x78787878u, d.dwWork);
 }
 
 TEST(ArrayData, HoldsExactly65536ElementsAndMovesThem) {

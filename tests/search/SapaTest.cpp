@@ -65,6 +65,8 @@ TEST_F(SapaTest, EveryRecordFieldAndFlagBit) {
     const std::pair<const char*, int> ids[] = {
         {"SA00000032", 0}, {"SA0000000", 0}, {"", 0}, {"RA00000000", 0}, {"SA00000031X", 1}};
     for (const auto& [id, want] : ids) EXPECT_EQ(want, SAPAInfo().GetSAPAData(&d, id)) << id;
+    EXPECT_EQ(0,
+              SAPAInfo().GetSAPAData(nullptr, "SA00000007") + SAPAInfo().GetSAPAData(&d, nullptr));
     d.dwValue[1] = 0xABCD0000;  // the 16-bit values leave the high halves as they were
     EXPECT_EQ(0xABCDFFFFu, (SAPAInfo().GetSAPAData(&d, "SA00000007"), d.dwValue[1]));
 }
