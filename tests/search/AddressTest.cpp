@@ -336,4 +336,42 @@ TEST_F(AddressTest, DamagedLevelFilesFailAndLevelSevenIsTheLast) {
     EXPECT_THROW(mapdb::WriteAddress(dir.path(), {pref, pref}), mapdb::Error);  // code used twice
 }
 
+// A damaged block that holds more than 500 records: item 500 of the list, and of the kana
+// rows, is the next block's first record (row 1, ｶ), not the block's 501st (row 2, ｻ).
+TEST_F(AddressTest, ListsTakeFiveHundredRecordsFromEachBlock) {
+    mapdb::TempDir dir;
+    settings_.Use(dir.path());
+    AddressItem pref = Item("県", "", Numbered("x", 501));
+    pref.code = 5;
+    mapdb::WriteAddress(dir.path(), {pref});
+    mapdb::Bytes overfull;
+    for (int i = 0; i <= 500; ++i) {
+        mapdb::Bytes r = Rec(kLeaf, 0, 1, "a" + std::to_string(i));
+        if (i == 500) r[8] = 0xBB;
+        overfull.insert(overfull.end(), r.begin(), r.end());
+    }
+    mapdb::Bytes next = Rec(kLeaf, 0, 1, "b0");
+    next[8] = 0xB6;
+    mapdb::ByteWriter dat;
+    dat.Raw(mapdb::VersionHeader());
+    dat.Raw(mapdb::EncodeLzmaBlock(overfull));
+    const uint32_t second = static_cast<uint32_t>(dat.size());
+    dat.Raw(mapdb::EncodeLzmaBlock(next));
+    const uint32_t end = static_cast<uint32_t>(dat.size());
+    mapdb::PackWriter pack;
+    pack.Add("A05-1.cnt", File({16, second, end})), pack.Add("A05-1.dat", dat.Take());
+    pack.Write(dir.path(), "ADDRESS/A05", "A05");
+
+    CSearchAddressProc s;
+    unsigned long n = 0;
+    ASSERT_EQ(s.InitProc(&n), 1u);
+    ASSERT_EQ(s.SearchNextProc(&n, 0), 501u);
+    EXPECT_EQ((std::vector<unsigned long>{s.GetKanaIndex(0), s.GetKanaIndex(1), s.GetKanaIndex(2)}),
+              (std::vector<unsigned long>{0, 500, 0x3fffffff}));
+    std::vector<CLocationData> page(2);
+    ASSERT_EQ(s.GetList(page.data(), 499, 2, 255, 0, 0), 1u);
+    EXPECT_EQ(std::make_pair(std::string(page[0].szName), std::string(page[1].szName)),
+              std::make_pair(std::string("a499"), std::string("b0")));
+}
+
 }  // namespace
