@@ -7,6 +7,7 @@
 
 #include "BlockEncoders.h"
 #include "SearchProc.h"
+#include "codec/CodecDetail.h"
 
 namespace {
 
@@ -40,6 +41,20 @@ TEST(Stages, LzssTokens) {
     CLzssProc lzss;
     for (const auto& [name, escape, tokens, expected, n] : cases)
         EXPECT_EQ(expected, Into(lzss, {n, escape}, tokens, n, expected.empty() ? 0 : n)) << name;
+}
+
+// The bounded form: a token cut by the source's end fails, even with its bytes in memory.
+TEST(Stages, LzssTokenCutByTheSourceEnd) {
+    const uint8_t esc = 0x10;
+    const std::tuple<Bytes, Bytes> cases[] = {{{0x41, esc, esc}, {0x41, esc}},     // escaped escape
+                                              {{0x41, esc, 1, 1}, {0x41, 0x41}}};  // match
+    for (const auto& [src, whole] : cases) {
+        uint8_t out[2] = {};
+        EXPECT_EQ(2u, codec::detail::LzssDecode(out, src.data(), src.size(), 2, esc));
+        EXPECT_EQ(whole, Bytes(out, out + 2));
+        for (size_t cut = 1; cut < src.size(); ++cut)
+            EXPECT_EQ(0u, codec::detail::LzssDecode(out, src.data(), cut, 2, esc)) << cut;
+    }
 }
 
 TEST(Stages, HuffmanTreeRuleAndBitOrder) {

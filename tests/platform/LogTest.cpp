@@ -27,4 +27,12 @@ TEST(Log, SinkReceivesFormattedLinesAndLongLinesAreCut) {
     EXPECT_EQ("4|DatabaseEngine|" + std::string(1023, 'x'), g_lines[1]);
 }
 
+// The default sink writes logcat's priority letter; priorities outside 0-7 get '?'.
+TEST(Log, DefaultSinkPriorityLetters) {
+    testing::internal::CaptureStderr();
+    for (int priority : {-1, 0, 2, 4, 7, 8}) platform::Log(priority, "T", "%d\n", priority);
+    EXPECT_EQ("?/T: -1\n?/T: 0\nV/T: 2\nI/T: 4\nF/T: 7\n?/T: 8\n",
+              testing::internal::GetCapturedStderr());
+}
+
 }  // namespace

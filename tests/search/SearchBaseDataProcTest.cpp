@@ -88,7 +88,7 @@ TEST_F(BaseDataTest, LooksUpRecordsAcrossContainersAndFiles) {
         EXPECT_EQ("POI" + std::to_string(r) + '\0' + "\xCE\xDF\xB2",
                   std::string(out.szName, 4 + std::to_string(r).size() + 3));
     }
-    EXPECT_FALSE(base.SearchProc(&out, Id(kRecords)));
+    EXPECT_FALSE(base.SearchProc(&out, Id(kRecords)) || base.SearchProc(nullptr, Id(0)));
     // Only the file numbers of the kana exist.
     for (unsigned long f : {165ul, 166ul, 176ul, 177ul, 221ul, 222ul}) {
         const bool ok = f == 166 || f == 177 || f == 221;

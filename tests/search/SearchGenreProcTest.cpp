@@ -164,8 +164,8 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
     const Key key = {{1, 0, 0, 0, 10}};
     // Index, offset file (empty: none), base data reachable; search and list results; GetID of 3
     // from position 0 into ids pre-filled with 55. Rows: whole; no base data; index of the header
-    // only; index cut; offsets of a header and less than an id; offsets cut after one id; run past
-    // the file; an id of file 1; no offset file.
+    // only; index cut; offsets of a header and less than an id; offsets of exactly one id, and
+    // cut after one id; run past the file; an id of file 1; no offset file.
     const struct {
         mapdb::Bytes idx, ofs;
         bool baseData;
@@ -176,6 +176,7 @@ TEST_F(GenreTest, DamagedAndMissingFilesFailCleanly) {
                  {mapdb::Bytes(16), ofs3, true, 0, 0, {}},
                  {{run3.begin(), run3.begin() + 27}, ofs3, true, 0, 0, {}},
                  {run3, mapdb::Bytes(19), true, 1, 0, {55, 55, 55}},
+                 {run3, {ofs3.begin(), ofs3.begin() + 20}, true, 1, 1, {id0, 55, 55}},
                  {run3, {ofs3.begin(), ofs3.begin() + 22}, true, 1, 1, {id0, 55, 55}},
                  {IndexImage({key}, 1000), ofs3, true, 1, 1, {id0, id1, id2}},
                  {IndexImage({key}, 2), badIds.Take(), true, 1, 0, {0x01000005, id0, kNone}},
