@@ -43,7 +43,8 @@ TEST(Stages, LzssTokens) {
         EXPECT_EQ(expected, Into(lzss, {n, escape}, tokens, n, expected.empty() ? 0 : n)) << name;
 }
 
-// The bounded form: a token cut by the source's end fails, even with its bytes in memory.
+// The bounded form: a token cut by the source's end fails, even with its bytes in memory, and
+// nothing is written at or past N.
 TEST(Stages, LzssTokenCutByTheSourceEnd) {
     const uint8_t esc = 0x10;
     const std::tuple<Bytes, Bytes> cases[] = {{{0x41, esc, esc}, {0x41, esc}},     // escaped escape
@@ -55,6 +56,11 @@ TEST(Stages, LzssTokenCutByTheSourceEnd) {
         for (size_t cut = 1; cut < src.size(); ++cut)
             EXPECT_EQ(0u, codec::detail::LzssDecode(out, src.data(), cut, 2, esc)) << cut;
     }
+    // N = 0 still reads one token and writes nothing.
+    const uint8_t literal[] = {0x41};
+    uint8_t out[1] = {0xEE};
+    EXPECT_EQ(0u, codec::detail::LzssDecode(out, literal, 1, 0, esc));
+    EXPECT_EQ(0xEE, out[0]);
 }
 
 TEST(Stages, HuffmanTreeRuleAndBitOrder) {
