@@ -137,25 +137,28 @@ TEST_F(ImageProc, BrightnessWeightingAndBounds) {
 
 TEST_F(ImageProc, SignNamesAlignedByTypeAndHighlightedInTheArrowsDirection) {
     std::vector<unsigned char> name = Sjis("新宿");
-    const struct {
-        unsigned long index;
-        int edge;  // 0 centred on x, 1 ending at x, 2 starting at x
-        int x;
-        bool highlight;
-    } cases[] = {{0, 0, 200, false}, {1, 1, 380, false}, {2, 2, 20, true}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.index);
-        Picture pic(400, 200, 0x0000);
-        ASSERT_EQ(1u, proc.MergeSignDataImage(&pic.w, &pic.h, pic.bytes(), name.data(), nullptr, 2,
-                                              c.index, 3, false));
-        const Picture::Ink ink = pic.InkOver(0x0000);
-        const int at = c.edge == 0   ? (ink.left + ink.right) / 2
-                       : c.edge == 1 ? ink.right
-                                     : ink.left;
-        EXPECT_NEAR(c.x, at, 3);
-        const std::set<uint16_t> allowed = c.highlight ? std::set<uint16_t>{0x07FF, 829, 1438}
-                                                       : std::set<uint16_t>{0xFFFF, 21309, 44446};
-        for (uint16_t colour : ink.colours) EXPECT_TRUE(allowed.count(colour)) << colour;
+    // Every name slot of every type, against the default anchors: types 1-3 centre their first
+    // name and end the second at its anchor; type 5 ends its second, types 4, 6 and 7 their
+    // first; every other name starts at its anchor.
+    for (unsigned long type = 1; type <= 7; ++type) {
+        for (unsigned long index = 0; index < (type <= 3 ? 3u : 2u); ++index) {
+            SCOPED_TRACE(testing::Message() << "type " << type << " name " << index);
+            const unsigned long direction = type % 3 + 1;
+            Picture pic(400, 200, 0x0000);
+            ASSERT_EQ(1u, proc.MergeSignDataImage(&pic.w, &pic.h, pic.bytes(), name.data(), nullptr,
+                                                  type, index, direction, false));
+            const int x = g_tagImageGuidanceSettings.stSign.stAnchor[(type - 1) * 3 + index].wX;
+            const bool centred = type <= 3 && index == 0;
+            const bool ending = (index == 1 && (type <= 3 || type == 5)) ||
+                                (index == 0 && (type == 4 || type == 6 || type == 7));
+            const Picture::Ink ink = pic.InkOver(0x0000);
+            const int at = centred ? (ink.left + ink.right) / 2 : ending ? ink.right : ink.left;
+            EXPECT_NEAR(x, at, 3);
+            const std::set<uint16_t> allowed = index == direction - 1
+                                                   ? std::set<uint16_t>{0x07FF, 829, 1438}
+                                                   : std::set<uint16_t>{0xFFFF, 21309, 44446};
+            for (uint16_t colour : ink.colours) EXPECT_TRUE(allowed.count(colour)) << colour;
+        }
     }
     // A second text sits above the first, separated by the gap.
     Picture pic(400, 200, 0x0000);
