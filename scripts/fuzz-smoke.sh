@@ -8,16 +8,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-30}
 
-missing=()
-for p in clang libclang-rt-14-dev; do
-  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  [ "$(id -u)" -eq 0 ] || { echo "missing packages: ${missing[*]} (run as root)" >&2; exit 1; }
-  export DEBIAN_FRONTEND=noninteractive
-  apt-get update || echo "apt-get update reported errors; going on with the lists it has" >&2
-  apt-get install -y "${missing[@]}"
-fi
+source scripts/apt.sh
+install_missing clang libclang-rt-14-dev
 
 # Warnings stay warnings here: clang warns about things gcc does not.
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -DSEARCHPROC_FUZZ=ON -DSEARCHPROC_BENCH=OFF \

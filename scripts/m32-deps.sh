@@ -9,15 +9,16 @@ dest=$(realpath -m "${1:?folder}")
 packages=(liblzma5 liblzma-dev libfreetype6 libfreetype-dev libbrotli1 libbrotli-dev libpng16-16
           libpng-dev zlib1g zlib1g-dev libgtest-dev libgmock-dev)
 
+source "$(dirname "$0")/apt.sh"
 export DEBIAN_FRONTEND=noninteractive
-if ! dpkg-query -W -f='${Status}' g++-multilib 2>/dev/null | grep -q "install ok installed" ||
+if ! installed g++-multilib ||
    ! dpkg --print-foreign-architectures | grep -qx i386; then
   [ "$(id -u)" -eq 0 ] || { echo "run as root to install g++-multilib and add i386" >&2; exit 1; }
   dpkg --add-architecture i386
-  apt-get update || echo "apt-get update reported errors; going on with the lists it has" >&2
+  apt_update
   apt-get install -y g++-multilib
 elif ! apt-cache show libgtest-dev:i386 >/dev/null 2>&1; then
-  apt-get update || echo "apt-get update reported errors; going on with the lists it has" >&2
+  apt_update
 fi
 
 if [ -f "$dest/.complete" ]; then exit 0; fi
